@@ -1,0 +1,47 @@
+#include "common/time/server_clock.h"
+
+#include <ctime>
+#include <limits>
+
+#include "common/time/rfc3339.h"
+
+namespace {
+
+// Seconds that the zone's standard time is east of UTC. mktime takes the UTC fields, whose summer-time flag is cleared,
+// for local standard time, so what it is off by is the offset.
+long zone_offset_at(time_t instant) {
+  tm utc{};
+  if (::gmtime_r(&instant, &utc) == nullptr) return 0;
+  return static_cast<long>(::difftime(instant, ::mktime(&utc)));
+}
+
+long shifted(long instant, long seconds) {
+  long sum = 0;
+  if (!__builtin_add_overflow(instant, seconds, &sum)) return sum;
+  return seconds < 0 ? std::numeric_limits<long>::min() : std::numeric_limits<long>::max();
+}
+
+}  // namespace
+
+std::string AdjustOffsetForServerTime(long instant) {
+  tm reference{};  // a day on which half the world has summer time: only the standard offset must count
+  reference.tm_year = 2015 - 1900;
+  reference.tm_mon = 10 - 1;
+  reference.tm_mday = 3;
+  reference.tm_isdst = -1;
+  return TimeToRFC3339(shifted(instant, zone_offset_at(::mktime(&reference))));
+}
+
+std::string NoAdjustOffsetForServerTime(long instant) { return TimeToRFC3339(instant); }
+
+std::string AdjustServerTimeOffset(const char* text) {
+  tm fields = read_rfc3339_fields(text);
+  const time_t as_standard_time = ::mktime(&fields);
+  tm normalised = fields;
+  normalised.tm_isdst = -1;
+  return TimeToRFC3339(shifted(as_standard_time, -zone_offset_at(::mktime(&normalised))));
+}
+
+std::string NoAdjustServerTimeOffset(const char* text) {
+  return text == nullptr ? std::string() : std::string(text);
+}
