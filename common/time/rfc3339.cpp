@@ -12,8 +12,12 @@ namespace {
 // Room for six fields of the widest int, the separators, the fraction and the terminator.
 constexpr std::size_t longest_text = 6 * 12 + 16;
 
-bool is_space(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
-bool is_digit(char c) { return c >= '0' && c <= '9'; }
+bool is_space(char c) {
+  return c == ' ' || (c >= '\t' && c <= '\r');
+}
+bool is_digit(char c) {
+  return c >= '0' && c <= '9';
+}
 
 int saturate(long long value) {
   constexpr long long low = std::numeric_limits<int>::min();
@@ -52,7 +56,8 @@ std::string TMToUTCRFC3339(tm* t) {
   return TimeToRFC3339(::mktime(&normalised));
 }
 
-// The way through local time and back, localtime_r and mktime, returns to the same instant, so it is left out.
+// The way through local time and back, localtime_r and mktime, returns to the same instant, so it is left
+// out.
 std::string TimeToRFC3339(long instant) {
   const time_t seconds = instant;
   tm utc{};
@@ -60,7 +65,9 @@ std::string TimeToRFC3339(long instant) {
   return TMToRFC3339(&utc);
 }
 
-std::string TimeToUTCRFC3339(long instant) { return TimeToRFC3339(instant); }
+std::string TimeToUTCRFC3339(long instant) {
+  return TimeToRFC3339(instant);
+}
 
 tm read_rfc3339_fields(const char* text) noexcept {
   tm fields{};
@@ -70,11 +77,11 @@ tm read_rfc3339_fields(const char* text) noexcept {
     char separator;  // that has to follow before the next item is looked for
   };
   for (const auto& [field, separator] : std::to_array<Item>({{&fields.tm_year, '-'},
-                                                              {&fields.tm_mon, '-'},
-                                                              {&fields.tm_mday, 'T'},
-                                                              {&fields.tm_hour, ':'},
-                                                              {&fields.tm_min, ':'},
-                                                              {&fields.tm_sec, '\0'}})) {
+                                                             {&fields.tm_mon, '-'},
+                                                             {&fields.tm_mday, 'T'},
+                                                             {&fields.tm_hour, ':'},
+                                                             {&fields.tm_min, ':'},
+                                                             {&fields.tm_sec, '\0'}})) {
     if (!read_int(text, *field) || *text != separator || separator == '\0') break;
     ++text;
   }
