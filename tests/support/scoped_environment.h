@@ -30,8 +30,8 @@ class ScopedEnvironment {
   std::optional<std::string> before_;
 };
 
-// The process's time zone for the life of the object. Zones are best given in POSIX form ("CET-1CEST,M3.5.0,M10.5.0/3",
-// "XST-1"), which needs no zone database.
+// The process's time zone for the life of the object. Zones are best given in POSIX form
+// ("CET-1CEST,M3.5.0,M10.5.0/3", "XST-1"), which needs no zone database.
 class ScopedZone {
  public:
   explicit ScopedZone(const std::string& zone) : variable_("TZ", zone) {}
