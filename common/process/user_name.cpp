@@ -9,8 +9,7 @@
 
 namespace {
 
-// No real entry comes near. A user data base that asks for more is broken, and must not eat the host's
-// memory.
+// No real entry comes near. A user data base that asks for more is broken, and must not eat up memory.
 constexpr std::size_t largest_entry = std::size_t{1} << 20;
 
 }  // namespace

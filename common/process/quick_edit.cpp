@@ -1,0 +1,3 @@
+#include "common/process/quick_edit.h"
+
+void DisableQuickEditMode() {}

@@ -1,0 +1,45 @@
+#include "common/profile/profile_line.h"
+
+#include <algorithm>
+#include <cctype>
+
+namespace {
+
+bool is_space(char c) {
+  return c == ' ' || (c >= '\t' && c <= '\r');
+}
+
+}  // namespace
+
+std::string_view trimmed(std::string_view text) {
+  while (!text.empty() && is_space(text.back())) text.remove_suffix(1);
+  while (!text.empty() && is_space(text.front())) text.remove_prefix(1);
+  return text;
+}
+
+std::optional<std::string_view> section_name(std::string_view line) {
+  constexpr std::size_t shortest_header = 3;
+  if (line.size() < shortest_header || line.front() != '[' || line.back() != ']') return std::nullopt;
+  return trimmed(line.substr(1, line.size() - 2));
+}
+
+std::optional<Setting> setting_in(std::string_view line) {
+  const auto divider = line.find('=');
+  if (divider == std::string_view::npos || divider + 1 == line.size()) return std::nullopt;
+  const std::string_view rest = line.substr(divider + 1);
+  return Setting{line.substr(0, divider), rest.substr(0, rest.find('='))};
+}
+
+// Bytes from 0x80 on are parts of characters in UTF-8, and no locale changes their case.
+RequestedName::RequestedName(std::string_view name) : name_(name) {
+  for (int byte = 0; byte < 256; ++byte) {
+    lower_case_[static_cast<unsigned char>(byte)] =
+        static_cast<char>(byte < 0x80 ? std::tolower(byte) : byte);
+  }
+  for (char& c : name_) c = lower(c);
+}
+
+bool RequestedName::matches(std::string_view name) const {
+  return std::equal(name.begin(), name.end(), name_.begin(), name_.end(),
+                    [this](char given, char requested) { return lower(given) == requested; });
+}
