@@ -32,7 +32,8 @@ TEST(Utf8, GoesThereAndBack) {
             L"\xFEFF"
             L"a"},  // a byte-order mark stays
        })) {
-    for (const std::size_t before : {0U, 7U, 31U, 2047U, 5000U}) {  // whatever the alignment to blocks and chunks
+    for (const std::size_t before :
+         {0U, 7U, 31U, 2047U, 5000U}) {  // whatever the alignment to blocks and chunks
       const std::string tail(40, 'z');
       const std::string all = std::string(before, 'x') + text + tail;
       const std::wstring all_wide =
