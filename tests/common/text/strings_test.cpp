@@ -15,7 +15,6 @@ TEST(ReplaceAll, ReplacesEachOccurrenceOnce) {
   for (const auto& [text, searched, replacement, expected] : std::to_array<Row>({
            {"abab", "ab", "", ""},
            {"aa", "a", "ba", "baba"},
-           {"x", "x", "xx", "xx"},
            {"aaa", "aa", "b", "ba"},
            {"abc", "", "x", "abc"},
            {"abc", "d", "x", "abc"},
@@ -35,12 +34,11 @@ TEST(ReplaceAll, StaysLinearAndAllowsOneObjectForAll) {
   std::string text(10'000'000, 'a');
   replace_all(text, "a", "bb");
   EXPECT_EQ(text, std::string(20'000'000, 'b'));
-  std::string same = "abc";
+  std::string same = "aa";
+  replace_all(same, "a", same);
+  EXPECT_EQ(same, "aaaa");
   replace_all(same, same, same);
-  EXPECT_EQ(same, "abc");
-  std::string inserted = "a";
-  replace_all(inserted, "a", inserted);
-  EXPECT_EQ(inserted, "a");
+  EXPECT_EQ(same, "aaaa");
 }
 
 TEST(Join, PutsTheSeparatorBetween) {
@@ -51,32 +49,20 @@ TEST(Join, PutsTheSeparatorBetween) {
 }
 
 TEST(EndsWith, ComparesTheLastCharacters) {
-  using Row = std::tuple<std::string, std::string, bool>;
-  for (const auto& [text, ending, expected] : std::to_array<Row>({{"abc", "", true},
-                                                                  {"abc", "bc", true},
-                                                                  {"bc", "abc", false},
-                                                                  {"ABC", "bc", false},
-                                                                  {"", "", true}})) {
-    EXPECT_EQ(ends_with(text, ending), expected) << text;
-    EXPECT_EQ(ends_with(std::wstring(text.begin(), text.end()), std::wstring(ending.begin(), ending.end())),
-              expected);
-  }
+  for (const std::string ending : {"", "c", "bc", "abc"}) EXPECT_TRUE(ends_with(std::string("abc"), ending));
+  for (const std::string ending : {"ab", "BC", "aabc"}) EXPECT_FALSE(ends_with(std::string("abc"), ending));
+  EXPECT_TRUE(ends_with(std::wstring(L"abc"), std::wstring(L"bc")));
+  EXPECT_FALSE(ends_with(std::wstring(L"bc"), std::wstring(L"abc")));
 }
 
 TEST(Trim, RemovesClassicWhiteSpaceFromBothEnds) {
-  using Row = std::tuple<std::string, std::string>;
-  for (const auto& [text, trimmed] : std::to_array<Row>({
-           {"  \t a b\r\n", "a b"},
-           {" \t\n\v\f\r", ""},
-           {"", ""},
-           {"a", "a"},
-           {"\xA0 a \x85", "\xA0 a \x85"},  // spaces in some locales, never here
-       })) {
-    SCOPED_TRACE(text);
-    std::string changed = text;
-    EXPECT_EQ(&trim(changed), &changed);
-    EXPECT_EQ(changed, trimmed);
-  }
+  const auto trimmed = [](std::string text) { return trim(text); };
+  EXPECT_EQ(trimmed("  \t a b\r\n"), "a b");
+  EXPECT_EQ(trimmed(" \t\n\v\f\r"), "");
+  EXPECT_EQ(trimmed(""), "");
+  EXPECT_EQ(trimmed("\xA0 a \x85"), "\xA0 a \x85");  // spaces in some locales, never here
+  std::string same = " a";
+  EXPECT_EQ(&trim(same), &same);
 }
 
 }  // namespace
