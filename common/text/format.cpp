@@ -1,0 +1,75 @@
+#include "common/text/format.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <climits>
+#include <cstdarg>
+#include <cstdio>
+#include <cstring>
+#include <cwchar>
+#include <new>
+
+// The formats are the callers'; no attribute could check them through a string object.
+#if defined(__clang__)
+#pragma clang diagnostic ignored "-Wformat-nonliteral"
+#endif
+
+namespace {
+
+// No character has this value, so that it marks what the formatter has not reached.
+constexpr wchar_t unwritten = WCHAR_MAX;
+
+// The formatter counts in int: an output and its terminator never need more.
+constexpr std::size_t longest_buffer = std::size_t{INT_MAX} + 1;
+
+// Called after the formatter answered with an error. Lack of memory is no fault of the format.
+void throw_if_out_of_memory(int errno_before) {
+  if (errno == ENOMEM && errno_before != ENOMEM) throw std::bad_alloc();
+}
+
+}  // namespace
+
+std::string string_format(std::string format, ...) {
+  const int callers_errno = errno;  // an argument of the format where the system knows "%m"
+  va_list arguments;
+  va_start(arguments, format);
+  const int length = std::vsnprintf(nullptr, 0, format.c_str(), arguments);
+  va_end(arguments);
+  if (length < 0) {
+    throw_if_out_of_memory(callers_errno);
+    return {};
+  }
+
+  std::string text(static_cast<std::size_t>(length), '\0');
+  errno = callers_errno;
+  va_start(arguments, format);
+  const int written = std::vsnprintf(text.data(), text.size() + 1, format.c_str(), arguments);
+  va_end(arguments);
+  if (written < 0) {
+    throw_if_out_of_memory(callers_errno);
+    return {};
+  }
+  text.resize(std::strlen(text.c_str()));
+  return text;
+}
+
+// The wide formatter has one answer, a negative count, for a buffer that is too small and for arguments that
+// it can't format, and errno tells them apart on some systems only. The buffer does on all: only a formatter
+// that ran out of room has filled it to its end.
+std::wstring wstring_format(std::wstring format, ...) {
+  const int callers_errno = errno;
+  std::wstring buffer;
+  for (std::size_t size = format.size() + 256;; size = std::min(size * 2, longest_buffer)) {
+    buffer.assign(size, unwritten);
+    errno = callers_errno;
+    va_list arguments;
+    va_start(arguments, format);
+    const int length = std::vswprintf(buffer.data(), size, format.c_str(), arguments);
+    va_end(arguments);
+    if (length >= 0) return std::wstring(buffer.c_str());
+
+    throw_if_out_of_memory(callers_errno);
+    const bool ran_out_of_room = buffer[size - 2] != unwritten;  // the last place is the terminator's
+    if (!ran_out_of_room || size >= longest_buffer) return {};
+  }
+}

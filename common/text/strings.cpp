@@ -1,0 +1,62 @@
+#include "common/text/strings.h"
+
+#include <stdexcept>
+
+#include "common/text/search.h"
+
+namespace {
+
+// Builds the result beside the text: that keeps it linear, and the searched text or the replacement may be
+// the text.
+template <class String>
+void replace_every(String& text, const String& searched, const String& replacement) {
+  if (searched.empty()) return;
+  const Searcher searcher(searched);
+  std::size_t found = searcher.find(text, 0);
+  if (found == String::npos) return;
+
+  String result;
+  std::size_t copied = 0;
+  for (; found != String::npos; found = searcher.find(text, copied)) {
+    result.append(text, copied, found - copied).append(replacement);
+    copied = found + searched.size();
+  }
+  result.append(text, copied);
+  text = std::move(result);
+}
+
+}  // namespace
+
+void replace_all(std::string& text, const std::string& searched, const std::string& replacement) {
+  replace_every(text, searched, replacement);
+}
+
+void replace_all(std::wstring& text, const std::wstring& searched, const std::wstring& replacement) {
+  replace_every(text, searched, replacement);
+}
+
+std::string join(const std::vector<std::string>& items, std::string separator) {
+  if (items.empty()) throw std::out_of_range("join: the list is empty");
+  std::size_t length = separator.size() * (items.size() - 1);
+  for (const std::string& item : items) length += item.size();
+
+  std::string joined;
+  joined.reserve(length);
+  joined += items.front();
+  for (std::size_t i = 1; i < items.size(); ++i) joined.append(separator).append(items[i]);
+  return joined;
+}
+
+std::string& trim(std::string& text) {
+  constexpr const char* white_space = " \t\n\v\f\r";
+  text.erase(text.find_last_not_of(white_space) + 1);  // npos + 1 is 0: nothing but white space goes entirely
+  text.erase(0, text.find_first_not_of(white_space));
+  return text;
+}
+
+bool ends_with(const std::string& text, const std::string& ending) {
+  return text.ends_with(ending);
+}
+bool ends_with(const std::wstring& text, const std::wstring& ending) {
+  return text.ends_with(ending);
+}

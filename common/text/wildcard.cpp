@@ -1,0 +1,135 @@
+#include "common/text/wildcard.h"
+
+#include <algorithm>
+#include <array>
+#include <cctype>
+#include <cwctype>
+#include <string>
+
+// How it works. Between two runs ("*" or "<") an expression has only characters that move by zero or one
+// position of the name, so that of two attempts the one that starts earlier never ends later. What a run can
+// be followed by depends on where it starts: "*" reaches every position from there on, "<" every position
+// from there on up to the last dot, or up to the end once it starts behind the last dot. (An attempt that is
+// already past the end of the name gains nothing from this, but it only ever succeeds where every other
+// attempt does too.) So two positions say all about the attempts that arrive at a run: the earliest one not
+// behind the last dot, and the earliest one behind it. The expression is thus walked through once, and each
+// stretch between two runs is tried at each position of the name at most once.
+
+namespace {
+
+wint_t upper(wchar_t c) {
+  return std::towupper(static_cast<wint_t>(c));
+}
+int upper(char c) {
+  const int code = static_cast<signed char>(c);
+  return code < 0 ? code : std::toupper(code);
+}
+
+constexpr std::size_t nowhere = static_cast<std::size_t>(-1);
+
+// The positions of the name from `first` to `last`; none if they are the other way round.
+struct Range {
+  std::size_t first = 1;
+  std::size_t last = 0;
+};
+using Starts = std::array<Range, 2>;  // in ascending order
+
+// The earliest positions at which the attempts to walk a stretch ended.
+struct Arrival {
+  std::size_t up_to_last_dot = nowhere;
+  std::size_t behind_last_dot = nowhere;
+  std::size_t earliest() const { return std::min(up_to_last_dot, behind_last_dot); }
+};
+
+Range range(std::size_t first, std::size_t last) {
+  return first == nowhere ? Range{} : Range{first, std::max(first, last)};
+}
+
+template <class Char>
+class Matcher {
+ public:
+  Matcher(const Char* name, bool ignore_case)
+      : name_(name), length_(std::char_traits<Char>::length(name)), ignore_case_(ignore_case) {
+    for (std::size_t j = 0; j < length_; ++j) {
+      if (name[j] == '.') behind_last_dot_ = j + 1;
+    }
+  }
+
+  bool fits(const Char* expression) const {
+    Starts starts{Range{0, 0}};
+    for (const Char* stretch = expression;;) {
+      const Char* run = stretch;
+      while (!ends_stretch(*run)) ++run;
+      if (*run == '\0') return reaches_end(stretch, starts);
+
+      const Arrival arrival = arrive(stretch, starts, /*earliest_is_enough=*/*run == '*');
+      if (arrival.earliest() == nowhere) return false;
+      if (*run == '*' && run[1] == '\0') return true;
+      starts = *run == '*' ? Starts{range(arrival.earliest(), length_)}
+                           : Starts{range(arrival.up_to_last_dot, behind_last_dot_ - 1),
+                                    range(arrival.behind_last_dot, length_)};
+      stretch = run + 1;
+    }
+  }
+
+ private:
+  static bool ends_stretch(Char c) { return c == '\0' || c == '*' || c == '<'; }
+
+  bool reaches_end(const Char* stretch, const Starts& starts) const {
+    for (const Range& tried : starts) {
+      for (std::size_t j = tried.first; j <= tried.last; ++j) {
+        if (walk(stretch, j) == length_) return true;
+      }
+    }
+    return false;
+  }
+
+  Arrival arrive(const Char* stretch, const Starts& starts, bool earliest_is_enough) const {
+    Arrival arrival;
+    for (const Range& tried : starts) {
+      for (std::size_t j = tried.first; j <= tried.last; ++j) {
+        const std::size_t end = walk(stretch, j);
+        if (end == nowhere) continue;
+        std::size_t& first = end < behind_last_dot_ ? arrival.up_to_last_dot : arrival.behind_last_dot;
+        first = std::min(first, end);
+        if (earliest_is_enough || end >= behind_last_dot_) return arrival;
+      }
+    }
+    return arrival;
+  }
+
+  // The position after the stretch if it starts at `j`, or nowhere if it does not fit. All positions behind
+  // the end of the name are alike and count as the first of them.
+  std::size_t walk(const Char* at, std::size_t j) const {
+    for (; !ends_stretch(*at); ++at) {
+      const bool on_dot = j < length_ && name_[j] == '.';
+      const bool on_last_dot = j + 1 == behind_last_dot_;
+      if (*at == '?' || (*at == '>' && !on_last_dot)) {
+        j = std::min(j, length_) + 1;
+      } else if (*at == '"') {
+        j += on_dot ? 1 : 0;
+      } else if (*at != '>') {
+        if (j >= length_ || !same(*at, name_[j])) return nowhere;
+        ++j;
+      }
+    }
+    return j;
+  }
+
+  bool same(Char a, Char b) const { return a == b || (ignore_case_ && upper(a) == upper(b)); }
+
+  const Char* name_;
+  std::size_t length_;
+  std::size_t behind_last_dot_ = 0;  // 0 without a dot
+  bool ignore_case_;
+};
+
+}  // namespace
+
+bool IsNameInExpression(const wchar_t* expression, const wchar_t* name, bool ignore_case) {
+  return Matcher<wchar_t>(name, ignore_case).fits(expression);
+}
+
+bool IsNameInExpressionA(const char* expression, const char* name, bool ignore_case) {
+  return Matcher<char>(name, ignore_case).fits(expression);
+}
