@@ -26,8 +26,7 @@ FS_STATUS text_out(const std::string& value, char* buffer, int* length) {
 
 std::string user_name() {
   const char* const name = std::getenv("USER");
-  return name != nullptr ? std::string(name, ::strnlen(name, longest_name))
-                         : GetUserName().substr(0, longest_name);
+  return name != nullptr ? std::string(name, ::strnlen(name, longest_name)) : GetUserName().substr(0, longest_name);
 }
 
 std::string user_information() {
@@ -47,8 +46,7 @@ int LocalDisk::GetAuthFields(char* /*buffer*/, int* /*length*/) {
 
 int LocalDisk::GetUserInfo(char* buffer, int* length) {
   if (length == nullptr) return FS_ERR_INVALID_ARG;
-  return localdisk::guarded(FS_ERR_OPERATION_FAILED,
-                            [&] { return text_out(user_information(), buffer, length); });
+  return localdisk::guarded(FS_ERR_OPERATION_FAILED, [&] { return text_out(user_information(), buffer, length); });
 }
 
 int LocalDisk::GetRootID(char* buffer, int* length) {

@@ -12,8 +12,7 @@ struct _FS_FILE_V2 {
   std::string path;  // full host path
   int type = 0;      // FS_TYPE_FILE or FS_TYPE_DIRECTORY
   long long size = 0;
-  std::string
-      ctime;  // the three times are timestamp texts (common/time/rfc3339.h) that carry the local wall clock
+  std::string ctime;  // the three times are timestamp texts (common/time/rfc3339.h) that carry the local wall clock
   std::string atime;
   std::string mtime;
   std::string name;                 // last component of the path

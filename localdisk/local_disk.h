@@ -41,8 +41,8 @@ class LOCALDISK_EXPORT LocalDisk : public IProtocol_V2 {
            IFetchCallback* callback, char** message) override;
   int Upload(const char* parent, std::shared_ptr<_FS_HANDLE> handle, ICacheIO* cache, _FS_FILE_V2* file,
              UPLOAD_FLAG flag, char** message) override;
-  int SetFileTime(const char* path, std::string creation_time, std::string access_time,
-                  std::string modification_time, _FS_FILE_V2* file, char** message) override;
+  int SetFileTime(const char* path, std::string creation_time, std::string access_time, std::string modification_time,
+                  _FS_FILE_V2* file, char** message) override;
   int SetOpt(const char* key, const char* value) override;
   int GetCredential(char* buffer, int* length) override;
   int GetFeature() override;

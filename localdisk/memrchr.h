@@ -16,8 +16,7 @@
 namespace localdisk {
 
 // The last of the first `count` bytes at `bytes` that equals `value` as an unsigned char, or null.
-LOCALDISK_EXPORT void* memrchr(const void* bytes, int value,
-                               unsigned long count) __asm__(LOCALDISK_MEMRCHR_SYMBOL);
+LOCALDISK_EXPORT void* memrchr(const void* bytes, int value, unsigned long count) __asm__(LOCALDISK_MEMRCHR_SYMBOL);
 
 }  // namespace localdisk
 

@@ -80,8 +80,8 @@ class LOCALDISK_EXPORT IProtocol_V1 : public IRefObject {
   // Creates or replaces the file of the name and size that `file` holds with what `cache` serves, and fills
   // `file` from it. FS_ERR_FAILED removes the target: it never stands for content that did not reach the
   // disk. A stop through the handle leaves the blocks written so far.
-  virtual int Upload(const char* parent, std::shared_ptr<_FS_HANDLE> handle, ICacheIO* cache,
-                     _FS_FILE_V2* file, UPLOAD_FLAG flag, char** message) = 0;
+  virtual int Upload(const char* parent, std::shared_ptr<_FS_HANDLE> handle, ICacheIO* cache, _FS_FILE_V2* file,
+                     UPLOAD_FLAG flag, char** message) = 0;
 
   // Sets access and modification time from timestamp texts, read as local standard time (RFC3339ToTM). `path`
   // is used exactly as given; the creation time and `file` are not used.

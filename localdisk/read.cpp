@@ -13,8 +13,8 @@ struct Range {
   long long length;
 };
 
-FS_STATUS deliver(std::FILE* stream, Range range, unsigned char* buffer,
-                  const localdisk::TransferWatch& watch, IFetchCallback& callback) {
+FS_STATUS deliver(std::FILE* stream, Range range, unsigned char* buffer, const localdisk::TransferWatch& watch,
+                  IFetchCallback& callback) {
   if (watch.stopped()) return FS_ERR_READ_CANCELLED;
   long long done = 0;
   for (;;) {

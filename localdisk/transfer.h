@@ -27,8 +27,7 @@ class IFetchCallback {
  public:
   // `data` holds `length` bytes that stand at `offset` of the file, and lives until the call returns. `*out`
   // is 0 and ignored afterwards, as is the result.
-  virtual int OnData(long long offset, const unsigned char* data, unsigned long long length,
-                     long long* out) = 0;
+  virtual int OnData(long long offset, const unsigned char* data, unsigned long long length, long long* out) = 0;
 
  protected:
   ~IFetchCallback() = default;
@@ -36,9 +35,8 @@ class IFetchCallback {
 
 // One block that an Upload asks for.
 struct _FS_CACHE_REQUEST {
-  unsigned char* buffer =
-      nullptr;           // in: room for `capacity` bytes; out: where the block stands, here or in the host
-  long long offset = 0;  // bytes written so far, which is where the block belongs
+  unsigned char* buffer = nullptr;  // in: room for `capacity` bytes; out: where the block stands, here or in the host
+  long long offset = 0;             // bytes written so far, which is where the block belongs
   long long capacity = 0;
   long long delivered = 0;  // out: the block's length
   std::shared_ptr<_FS_HANDLE> handle;

@@ -13,8 +13,7 @@ namespace {
 // closed must hold what the host meant it to.
 class Target {
  public:
-  explicit Target(std::string path)
-      : path_(std::move(path)), stream_(localdisk::open_unbuffered(path_, "w+e")) {}
+  explicit Target(std::string path) : path_(std::move(path)), stream_(localdisk::open_unbuffered(path_, "w+e")) {}
   ~Target() {
     if (!stream_ && !closed_) return;  // never opened
     const localdisk::KeepErrno keep;
@@ -79,8 +78,8 @@ FS_STATUS pull(std::FILE* stream, const std::shared_ptr<_FS_HANDLE>& handle, ICa
 
 }  // namespace
 
-int LocalDisk::Upload(const char* parent, std::shared_ptr<_FS_HANDLE> handle, ICacheIO* cache,
-                      _FS_FILE_V2* file, UPLOAD_FLAG /*flag*/, char** message) {
+int LocalDisk::Upload(const char* parent, std::shared_ptr<_FS_HANDLE> handle, ICacheIO* cache, _FS_FILE_V2* file,
+                      UPLOAD_FLAG /*flag*/, char** message) {
   if (parent == nullptr || file == nullptr) return FS_ERR_INVALID_ARG;
   __LOG__A(bound_logger(), LOGLEVEL_INFO, "[PROTOCOL  ] Upload %s/%s", parent, file->name.c_str());
   if (handle == nullptr || (cache == nullptr && file->size > 0)) return FS_ERR_INVALID_ARG;

@@ -27,5 +27,4 @@ ILog* bound_logger() noexcept;
 
 // Hands one line to `log`, unless that is null. What the logger throws ends here: no operation fails because
 // its log line did.
-void __LOG__A(ILog* log, LOGLEVEL level, const char* format, ...) noexcept
-    __attribute__((format(printf, 3, 4)));
+void __LOG__A(ILog* log, LOGLEVEL level, const char* format, ...) noexcept __attribute__((format(printf, 3, 4)));

@@ -43,8 +43,7 @@ void expect_text(const Query& query, const std::string& value) {
 
 }  // namespace
 
-BOUNDARY_CHECK(user, "account.user",
-               "GetUserInfo gives host and user name, from USER or the password entry") {
+BOUNDARY_CHECK(user, "account.user", "GetUserInfo gives host and user name, from USER or the password entry") {
   Drive drive;
   const auto query = [&](char* buffer, int* length) { return drive->GetUserInfo(buffer, length); };
   char host[1025] = {};
@@ -68,8 +67,7 @@ BOUNDARY_CHECK(user, "account.user",
   }
 }
 
-BOUNDARY_CHECK(root, "account.root",
-               "The option root_path is the root's identity and nothing else's business") {
+BOUNDARY_CHECK(root, "account.root", "The option root_path is the root's identity and nothing else's business") {
   Drive drive;
   const auto query = [&](char* buffer, int* length) { return drive->GetRootID(buffer, length); };
   expect_text(query, "/");
@@ -118,8 +116,7 @@ BOUNDARY_CHECK(pid, "account.pid", "A pid that fills its buffer is taken whole")
   static_cast<Protocol*>(object)->Release();
 }
 
-BOUNDARY_CHECK(quota, "account.quota",
-               "GetQuota counts the volume under root_path, unless that is the root itself") {
+BOUNDARY_CHECK(quota, "account.quota", "GetQuota counts the volume under root_path, unless that is the root itself") {
   Drive drive;
   unsigned long long total = 1, used = 2;
   EXPECT_EQ(drive->GetQuota(&total, &used), 0);

@@ -7,8 +7,7 @@
 
 #include "host.h"
 
-BOUNDARY_CHECK(name_and_fields, "entry.name",
-               "The module names its protocol in memory that FreeP takes back") {
+BOUNDARY_CHECK(name_and_fields, "entry.name", "The module names its protocol in memory that FreeP takes back") {
   const auto support = entry<void(char**)>("GetSupportProtocol");
   const auto release = entry<void(void*)>("FreeP");
   support(nullptr);
@@ -30,8 +29,7 @@ BOUNDARY_CHECK(name_and_fields, "entry.name",
   }
 }
 
-BOUNDARY_CHECK(creation, "entry.object",
-               "GetProtocol makes independent objects and reports every failure as false") {
+BOUNDARY_CHECK(creation, "entry.object", "GetProtocol makes independent objects and reports every failure as false") {
   const auto create = entry<bool(IProtocolManager*, void**)>("GetProtocol");
   Manager manager;
   void* untouched = &manager;
@@ -59,8 +57,7 @@ struct SingleBase {
 
 }  // namespace
 
-BOUNDARY_CHECK(table, "entry.table",
-               "The table holds 27 operations and two destructors under the four class names") {
+BOUNDARY_CHECK(table, "entry.table", "The table holds 27 operations and two destructors under the four class names") {
   Manager manager;
   void* object = nullptr;
   EXPECT(entry<bool(IProtocolManager*, void**)>("GetProtocol")(&manager, &object));
@@ -132,8 +129,7 @@ BOUNDARY_CHECK(nulls, "entry.nulls", "An argument that is missing is refused, ne
   EXPECT_EQ(entries.calls, 0);
 }
 
-BOUNDARY_CHECK(binding, "logger.binding",
-               "A bound logger gets one line an upload, whatever the upload's outcome") {
+BOUNDARY_CHECK(binding, "logger.binding", "A bound logger gets one line an upload, whatever the upload's outcome") {
   const auto bind = entry<bool(ILog*)>("BindLogger");
   const auto unbind = entry<void()>("UnbindLogger");
   auto* const logger = entry<ILog*>("logger");
@@ -172,8 +168,7 @@ BOUNDARY_CHECK(utilities, "entry.utilities", "Decorated utilities are there and 
   if (search == nullptr || normalize == nullptr) return;
   const auto memrchr = reinterpret_cast<void* (*)(const void*, int, unsigned long)>(search);
   const char text[] = "abca";
-  EXPECT(memrchr(text, 'a', 4) == text + 3 && memrchr(text, 'a', 3) == text &&
-         memrchr(text, 'z', 4) == nullptr);
+  EXPECT(memrchr(text, 'a', 4) == text + 3 && memrchr(text, 'a', 3) == text && memrchr(text, 'z', 4) == nullptr);
   EXPECT(memrchr(text, 0x161, 4) == text + 3 && memrchr(text, 'a', 0) == nullptr &&
          memrchr(nullptr, 0, 0) == nullptr);
   char* const path = reinterpret_cast<char* (*)(const char*, unsigned long)>(normalize)("/abc/def", 4);

@@ -44,8 +44,7 @@ BOUNDARY_CHECK(info, "info.record", "GetFileInfo describes what a host path lead
   };
   for (const Row& row :
        {Row{root + "/a/b", "b", root + "/a", 2, -1}, Row{root + "/a/b/", "b", root + "/a", 2, -1},
-        Row{root + "/a/./c/../b", "b", root + "/a", 2, -1},
-        Row{root + "//a///five", "five", root + "/a", 1, 5},
+        Row{root + "/a/./c/../b", "b", root + "/a", 2, -1}, Row{root + "//a///five", "five", root + "/a", 1, 5},
         Row{root + "/a/empty", "empty", root + "/a", 1, 0}, Row{root + "/a/link", "link", root + "/a", 2, -1},
         Row{deep, "leaf", deep.substr(0, deep.size() - 5), 1, 4}}) {
     _FS_FILE_V2 file = marked_record("old");
@@ -61,16 +60,14 @@ BOUNDARY_CHECK(info, "info.record", "GetFileInfo describes what a host path lead
   fs::current_path(root + "/a");
   EXPECT_EQ(drive.info("../b//").path, "/b");  // a relative path can't climb, and its parent is the empty path
   EXPECT_EQ(drive.info("./link/../five").path, "/five");
-  for (const std::string& missing :
-       {root + "/none", root + "/a/dangling", root + "/a/five/x", std::string()}) {
+  for (const std::string& missing : {root + "/none", root + "/a/dangling", root + "/a/five/x", std::string()}) {
     _FS_FILE_V2 file = marked_record("old");
     EXPECT_EQ(drive->GetFileInfo(missing.c_str(), &file, &drive.message), 19);
     EXPECT_EQ(as_text(file), as_text(marked_record("old")));
   }
 }
 
-BOUNDARY_CHECK(clock, "info.times",
-               "Times are the wall clock of the zone that the process has when it asks") {
+BOUNDARY_CHECK(clock, "info.times", "Times are the wall clock of the zone that the process has when it asks") {
   Drive drive;
   const std::string file = drive.folder.write("f", "");
   constexpr time_t winter = 1705320000,
@@ -90,8 +87,7 @@ BOUNDARY_CHECK(clock, "info.times",
   }
 }
 
-BOUNDARY_CHECK(listing, "list.entries",
-               "GetFileList hands over every entry with the path that the host gave") {
+BOUNDARY_CHECK(listing, "list.entries", "GetFileList hands over every entry with the path that the host gave") {
   Drive drive;
   const std::string root = drive.folder.path();
   Entries none;
@@ -114,8 +110,7 @@ BOUNDARY_CHECK(listing, "list.entries",
     const std::string prefix = path.back() == '/' ? path : path + "/";
     for (const auto& [name, file] : entries.by_name) {
       EXPECT_EQ(file.path, prefix + name);
-      EXPECT(file.parents.size() == 1 && file.parents.front() == path && file.extra1.empty() &&
-             file.extra2.empty());
+      EXPECT(file.parents.size() == 1 && file.parents.front() == path && file.extra1.empty() && file.extra2.empty());
       EXPECT_EQ(file.type, name == "dir" || name == "link" ? 2 : 1);
       EXPECT_EQ(file.mtime.size(), 24U);
     }
@@ -150,16 +145,14 @@ BOUNDARY_CHECK(listing_failures, "list.failures",
   // Readable, but with nothing in it that can be examined: names are all there is to tell.
   fs::create_directory(drive.folder / "names");
   drive.folder.write("names/a", "abc");
-  fs::permissions(drive.folder / "names",
-                  fs::perms::owner_read | fs::perms::group_read | fs::perms::others_read);
+  fs::permissions(drive.folder / "names", fs::perms::owner_read | fs::perms::group_read | fs::perms::others_read);
   Entries names;
   {
     const Unprivileged nobody;
     EXPECT_EQ(drive->GetFileList((drive.folder / "names").c_str(), &names, &drive.message), 0);
   }
   const _FS_FILE_V2& a = names.by_name["a"];
-  EXPECT(names.calls == 1 && a.path == drive.folder / "names/a" && a.type == 1 && a.size == 0 &&
-         a.mtime.empty());
+  EXPECT(names.calls == 1 && a.path == drive.folder / "names/a" && a.type == 1 && a.size == 0 && a.mtime.empty());
 }
 
 BOUNDARY_CHECK(moving, "change.move", "Move, Rename and MoveDir take an entry to a directory and a name") {
@@ -237,12 +230,8 @@ BOUNDARY_CHECK(deleting, "change.delete", "Delete and DeleteDirectory remove a f
     drive.folder.write("file", "");
     fs::create_symlink("nowhere", root + "/dangling");
     EXPECT_EQ(::mkfifo((root + "/fifo").c_str(), 0600), 0);
-    for (const auto& [path, status] : {std::pair{"/file", 0},
-                                       {"/empty/", 0},
-                                       {"/full", 24},
-                                       {"/fifo", 19},
-                                       {"/none", 19},
-                                       {"/dangling", 19}}) {
+    for (const auto& [path, status] :
+         {std::pair{"/file", 0}, {"/empty/", 0}, {"/full", 24}, {"/fifo", 19}, {"/none", 19}, {"/dangling", 19}}) {
       _FS_FILE_V2 file = marked_record("n");
       file.path = root + path;
       const std::string before = as_text(file);
@@ -253,8 +242,7 @@ BOUNDARY_CHECK(deleting, "change.delete", "Delete and DeleteDirectory remove a f
   }
 }
 
-BOUNDARY_CHECK(touching, "change.times",
-               "SetFileTime takes its texts as local standard time, down to the second") {
+BOUNDARY_CHECK(touching, "change.times", "SetFileTime takes its texts as local standard time, down to the second") {
   Drive drive;
   const std::string file = drive.folder.write("f", "");
   EXPECT_EQ(::mkfifo((drive.folder / "fifo").c_str(), 0600), 0);
@@ -262,13 +250,12 @@ BOUNDARY_CHECK(touching, "change.times",
     const char* zone;
     time_t accessed, modified;
   };
-  for (const Row& row :
-       {Row{"UTC0", 1577934245, 1593662645}, Row{"XST+5", 1577952245, 1593680645},
-        Row{kBerlin, 1577930645, 1593659045}}) {  // in summer too: an hour past the wall clock
+  for (const Row& row : {Row{"UTC0", 1577934245, 1593662645}, Row{"XST+5", 1577952245, 1593680645},
+                         Row{kBerlin, 1577930645, 1593659045}}) {  // in summer too: an hour past the wall clock
     const ScopedZone zone(row.zone);
     _FS_FILE_V2 kept = marked_record("n");
-    EXPECT_EQ(drive->SetFileTime(file.c_str(), "not used", "2020-01-02T03:04:05.678Z",
-                                 "2020-07-02T04:04:05+09:00", &kept, &drive.message),
+    EXPECT_EQ(drive->SetFileTime(file.c_str(), "not used", "2020-01-02T03:04:05.678Z", "2020-07-02T04:04:05+09:00",
+                                 &kept, &drive.message),
               0);
     EXPECT_EQ(as_text(kept), as_text(marked_record("n")));
     struct stat status {};

@@ -21,12 +21,11 @@ BOUNDARY_CHECK(reading, "read.ranges", "Read delivers a range in file order, in 
     int status;
   };
   const unsigned long long chunk = kChunk;
-  for (const Row& row :
-       {Row{0, 1, {{0, 1}}, 0}, Row{7, kChunk, {{7, chunk}}, 0},
-        Row{3, 2 * kChunk + 1, {{3, chunk}, {3 + kChunk, chunk}, {3 + 2 * kChunk, 1}}, 0},
-        Row{size - 1, 1, {{size - 1, 1}}, 0}, Row{size, 1, {}, 10}, Row{size + 1, 1, {}, 10},
-        Row{size - 10, 11, {{size - 10, 10}}, 10}, Row{1LL << 32, 5, {}, 10}, Row{-1, 1, {}, 24},
-        Row{0, 0, {}, 0}, Row{size + 5, 0, {}, 0}, Row{-1, 0, {}, 24}, Row{0, -1, {}, 6}}) {
+  for (const Row& row : {Row{0, 1, {{0, 1}}, 0}, Row{7, kChunk, {{7, chunk}}, 0},
+                         Row{3, 2 * kChunk + 1, {{3, chunk}, {3 + kChunk, chunk}, {3 + 2 * kChunk, 1}}, 0},
+                         Row{size - 1, 1, {{size - 1, 1}}, 0}, Row{size, 1, {}, 10}, Row{size + 1, 1, {}, 10},
+                         Row{size - 10, 11, {{size - 10, 10}}, 10}, Row{1LL << 32, 5, {}, 10}, Row{-1, 1, {}, 24},
+                         Row{0, 0, {}, 0}, Row{size + 5, 0, {}, 0}, Row{-1, 0, {}, 24}, Row{0, -1, {}, 6}}) {
     Receiver receiver;
     Transfer transfer;
     EXPECT_EQ(drive.read(file, row.offset, row.length, receiver, transfer), row.status);
@@ -91,15 +90,13 @@ BOUNDARY_CHECK(reading_stopped, "read.cancel",
     }
   }
   Receiver receiver;
-  Transfer
-      transfer;  // the function is asked for afresh before each report, the context was read at the start
+  Transfer transfer;  // the function is asked for afresh before each report, the context was read at the start
   receiver.then = [&] { transfer.handle->progress = nullptr; };
   EXPECT_EQ(drive.read(file, 0, kChunk, receiver, transfer), 0);
   EXPECT(transfer.reports.empty());
 }
 
-BOUNDARY_CHECK(uploading, "upload.content",
-               "Upload replaces a file with what the source serves and describes it") {
+BOUNDARY_CHECK(uploading, "upload.content", "Upload replaces a file with what the source serves and describes it") {
   Drive drive;
   const std::string root = drive.folder.path();
   for (const long long size : {0LL, 1LL, 600000LL, kChunk, 2 * kChunk + 1}) {
@@ -109,11 +106,9 @@ BOUNDARY_CHECK(uploading, "upload.content",
     source.content = pattern(size);
     _FS_FILE_V2 file = marked_record("f");
     file.size = size;
-    EXPECT_EQ(drive->Upload((root + "/").c_str(), transfer.handle, &source, &file, kSomeFlag, &drive.message),
-              0);
+    EXPECT_EQ(drive->Upload((root + "/").c_str(), transfer.handle, &source, &file, kSomeFlag, &drive.message), 0);
     EXPECT(file_content(root + "/f") == source.content);
-    EXPECT(file.path == root + "/f" && file.name == "f" && file.type == 1 && file.size == size &&
-           file.mtime != "M");
+    EXPECT(file.path == root + "/f" && file.name == "f" && file.type == 1 && file.size == size && file.mtime != "M");
     EXPECT(file.extra1 == "1" && file.extra2 == "2" && file.parents.size() == 2);
     EXPECT_EQ(source.offsets.size(), static_cast<std::size_t>((size + kChunk - 1) / kChunk));
     EXPECT_EQ(transfer.reports.size(), source.offsets.size());
@@ -129,8 +124,8 @@ BOUNDARY_CHECK(uploading, "upload.content",
     return 0;
   };
   EXPECT_EQ(drive.upload("own", own, transfer, 2 * kChunk), 0);
-  EXPECT(own.offsets == (std::vector<long long>{0, kChunk + 77, kChunk + 100077, kChunk + 200077,
-                                                kChunk + 300077, kChunk + 400077, kChunk + 500077}));
+  EXPECT(own.offsets == (std::vector<long long>{0, kChunk + 77, kChunk + 100077, kChunk + 200077, kChunk + 300077,
+                                                kChunk + 400077, kChunk + 500077}));
   EXPECT_EQ(file_content(root + "/own").size(), static_cast<std::size_t>(kChunk + 600077));
   EXPECT_EQ(drive.upload("negative", own, transfer, -5), 0);
 }
@@ -164,16 +159,13 @@ BOUNDARY_CHECK(upload_failures, "upload.failures", "A transfer that fails is rep
         Row{"nothing is delivered", [](_FS_CACHE_REQUEST& request) { return request.delivered = 0, 0; }},
         Row{"less than nothing", [](_FS_CACHE_REQUEST& request) { return request.delivered = -1, 0; }},
         Row{"no buffer", [](_FS_CACHE_REQUEST& request) { return request.buffer = nullptr, 0; }},
-        Row{"more than fits",
-            [](_FS_CACHE_REQUEST& request) { return request.delivered = kChunk + 1, 0; }}}) {
+        Row{"more than fits", [](_FS_CACHE_REQUEST& request) { return request.delivered = kChunk + 1, 0; }}}) {
     for (const long long good : {0LL, kChunk}) {  // in the first block and in a later one
       drive.folder.write("f", "older");
       Source source;
       Transfer transfer;
       source.content = pattern(2 * kChunk);
-      source.answer = [&](_FS_CACHE_REQUEST& request) {
-        return request.offset < good ? 0 : row.answer(request);
-      };
+      source.answer = [&](_FS_CACHE_REQUEST& request) { return request.offset < good ? 0 : row.answer(request); };
       EXPECT_EQ(drive.upload("f", source, transfer), 1);
       if (fs::exists(drive.folder / "f")) harness::fail(__FILE__, __LINE__, row.reason);
     }
@@ -186,8 +178,7 @@ BOUNDARY_CHECK(upload_failures, "upload.failures", "A transfer that fails is rep
   EXPECT(!fs::exists(drive.folder / "f"));
 }
 
-BOUNDARY_CHECK(full_disk, "upload.full",
-               "A disk that fills up on any byte, the last one too, is never a success") {
+BOUNDARY_CHECK(full_disk, "upload.full", "A disk that fills up on any byte, the last one too, is never a success") {
   Drive drive;
   for (const long long size : {1LL, kChunk, kChunk + 1}) {
     fs::create_symlink("/dev/full", drive.folder / "full");
@@ -214,8 +205,7 @@ BOUNDARY_CHECK(full_disk, "upload.full",
   }
 }
 
-BOUNDARY_CHECK(uploading_stopped, "upload.cancel",
-               "A stop is seen before each block and leaves what was written") {
+BOUNDARY_CHECK(uploading_stopped, "upload.cancel", "A stop is seen before each block and leaves what was written") {
   Drive drive;
   const std::string file = drive.folder / "f";
   for (const auto& [stop_after, status] : {std::pair{0U, 14}, {1U, 14}, {2U, 14}, {3U, 0}}) {

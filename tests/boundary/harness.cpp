@@ -91,13 +91,11 @@ Result run_apart(const Check& check, const Options& options) {
     run_here(check, options.module);
   }
   ::close(ends[1]);
-  std::string reason =
-      process < 0 ? "no process to be had" : collect(ends[0], process, options.seconds_a_check);
+  std::string reason = process < 0 ? "no process to be had" : collect(ends[0], process, options.seconds_a_check);
   ::close(ends[0]);
   int status = 0;
   if (process > 0) ::waitpid(process, &status, 0);
-  if (WIFSIGNALED(status))
-    return {Outcome::failed, reason + "ended by signal: " + ::strsignal(WTERMSIG(status))};
+  if (WIFSIGNALED(status)) return {Outcome::failed, reason + "ended by signal: " + ::strsignal(WTERMSIG(status))};
   if (process > 0 && WEXITSTATUS(status) == 2) return {Outcome::skipped, reason};
   if (process < 0 || WEXITSTATUS(status) != 0)
     return {Outcome::failed, reason.empty() ? "a checker's report" : reason};
@@ -149,8 +147,7 @@ int run(const Options& options) {
   const bool good = failures == 0 && passed > 0;
   if (options.json) {
     fmt::print("{}\n",
-               nlohmann::json{{"passed", passed}, {"failed", failures}, {"skipped", skipped}, {"good", good}}
-                   .dump());
+               nlohmann::json{{"passed", passed}, {"failed", failures}, {"skipped", skipped}, {"good", good}}.dump());
   } else {
     fmt::print("{} checks passed, {} failed, {} skipped: {}\n", passed, failures, skipped,
                good ? "the module keeps the contract"

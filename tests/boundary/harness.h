@@ -42,7 +42,7 @@ void expect_equal(const char* file, int line, std::string_view what, const A& ac
 
 }  // namespace harness
 
-#define BOUNDARY_CHECK(identifier, name, promise)                                                   \
+#define BOUNDARY_CHECK(identifier, name, promise)                                                           \
   static void check_##identifier();                                                                         \
   [[maybe_unused]] static const int identifier##_added = harness::add({name, promise, check_##identifier}); \
   static void check_##identifier()

@@ -91,14 +91,12 @@ int Drive::upload(std::string name, Source& source, Transfer& transfer, long lon
   _FS_FILE_V2 file;
   file.name = std::move(name);
   file.size = size < 0 ? static_cast<long long>(source.content.size()) : size;
-  const int status =
-      object_->Upload(folder.path().c_str(), transfer.handle, &source, &file, kNoFlag, &message);
+  const int status = object_->Upload(folder.path().c_str(), transfer.handle, &source, &file, kNoFlag, &message);
   EXPECT_EQ(transfer.handle.use_count(), 1);
   return status;
 }
 
-int Drive::read(const std::string& path, long long offset, long long length, Receiver& receiver,
-                Transfer& transfer) {
+int Drive::read(const std::string& path, long long offset, long long length, Receiver& receiver, Transfer& transfer) {
   const int status = object_->Read(path.c_str(), offset, length, transfer.handle, &receiver, &message);
   EXPECT_EQ(transfer.handle.use_count(), 1);
   return status;

@@ -103,8 +103,7 @@ class Drive {
 
   _FS_FILE_V2 info(const std::string& path);
   int upload(std::string name, Source& source, Transfer& transfer, long long size = -1);
-  int read(const std::string& path, long long offset, long long length, Receiver& receiver,
-           Transfer& transfer);
+  int read(const std::string& path, long long offset, long long length, Receiver& receiver, Transfer& transfer);
 
  private:
   Protocol* object_ = nullptr;

@@ -74,10 +74,8 @@ struct Protocol {
   virtual int CreateDirectory(const char*, _FS_FILE_V2*, char**) = 0;
   virtual int Delete(_FS_FILE_V2*, char**) = 0;
   virtual int DeleteDirectory(_FS_FILE_V2*, char**) = 0;
-  virtual int Read(const char*, long long, long long, std::shared_ptr<_FS_HANDLE>, IFetchCallback*,
-                   char**) = 0;
-  virtual int Upload(const char*, std::shared_ptr<_FS_HANDLE>, ICacheIO*, _FS_FILE_V2*, UPLOAD_FLAG,
-                     char**) = 0;
+  virtual int Read(const char*, long long, long long, std::shared_ptr<_FS_HANDLE>, IFetchCallback*, char**) = 0;
+  virtual int Upload(const char*, std::shared_ptr<_FS_HANDLE>, ICacheIO*, _FS_FILE_V2*, UPLOAD_FLAG, char**) = 0;
   virtual int SetFileTime(const char*, std::string, std::string, std::string, _FS_FILE_V2*, char**) = 0;
   virtual int SetOpt(const char*, const char*) = 0;
   virtual int GetCredential(char*, int*) = 0;

@@ -1,0 +1,34 @@
+// One function a command. Each prints to standard output and answers the exit code; what fails is thrown.
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <string>
+
+#include "host/drive.h"
+#include "host/module.h"
+
+namespace host {
+
+inline constexpr int exit_done = 0, exit_failed = 1, exit_usage = 2, exit_cancelled = 130;
+
+// Something that only the commands can tell is wrong.
+struct CommandError : std::runtime_error {
+  using std::runtime_error::runtime_error;
+};
+
+int show_info(const Module& module, Drive& drive, const std::string& root);
+int list_folder(Drive& drive, const std::string& path, bool json);
+int show_entry(Drive& drive, const std::string& path, bool json);
+int print_content(Drive& drive, const std::string& path, long long offset, std::optional<long long> length);
+
+int get(Drive& drive, const std::string& path, const std::filesystem::path& local, bool recursive);
+int put(Drive& drive, const std::filesystem::path& local, const std::string& path, bool recursive);
+int move(Drive& drive, const std::string& path, const std::string& target);
+int make_directory(Drive& drive, const std::string& path, bool parents);
+int remove(Drive& drive, const std::string& path, bool recursive);
+
+int demo(const Module& module, Drive& drive, const std::string& folder);
+
+}  // namespace host

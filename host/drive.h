@@ -1,0 +1,103 @@
+// The protocol object as safe C++: operations that give their result or throw, callbacks that may throw, and
+// nothing that has to be released by hand.
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <span>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "host/module.h"
+#include "localdisk/protocol.h"
+
+namespace host {
+
+// "FS_ERR_NOT_FOUND (19)".
+std::string status_name(int status);
+
+// An operation that the module refused. The text says what failed, on which path, the status and the system's
+// reason.
+class OperationError : public std::runtime_error {
+ public:
+  OperationError(std::string_view operation, std::string_view path, int status, int reason);
+  [[nodiscard]] int status() const { return status_; }
+  [[nodiscard]] int reason() const { return reason_; }  // of errno; 0 where the system had none
+  [[nodiscard]] bool cancelled() const {
+    return status_ == FS_ERR_READ_CANCELLED || status_ == FS_ERR_UPLOAD_CANCELLED;
+  }
+
+ private:
+  int status_;
+  int reason_;
+};
+
+// One value that the module told the manager.
+struct ToldValue {
+  std::string owner, key, value;
+  int flag;
+};
+
+struct Quota {
+  unsigned long long total, used;
+};
+
+using Handle = std::shared_ptr<_FS_HANDLE>;
+inline Handle new_handle() {
+  return std::make_shared<_FS_HANDLE>();
+}
+// Asks the transfers of the handle to stop; safe in a signal handler and from any thread.
+inline void stop(_FS_HANDLE& handle) {
+  __atomic_store_n(&handle.state, FS_STATE_STOP, __ATOMIC_RELEASE);
+}
+
+// What may go on at once is what the module allows: everything but set_option.
+class Drive {
+ public:
+  explicit Drive(const Module& module);
+  ~Drive();
+  Drive(const Drive&) = delete;
+  Drive& operator=(const Drive&) = delete;
+
+  void set_option(const char* key, const std::string& value);
+  [[nodiscard]] std::string user();
+  [[nodiscard]] std::string root();
+  [[nodiscard]] std::optional<Quota> quota();  // nothing where the module leaves it open
+  [[nodiscard]] int features();
+  std::vector<ToldValue> hand_over_credential();
+
+  // One entry at a time while the module lists, or all of them at the end.
+  void list(const std::string& path, const std::function<void(const _FS_FILE_V2&)>& visit);
+  std::vector<_FS_FILE_V2> list(const std::string& path);
+  _FS_FILE_V2 info(const std::string& path);
+  std::optional<_FS_FILE_V2> find(const std::string& path);  // nothing where there is no entry
+
+  // Hands the chunks of a range to `sink`. What `sink` throws stops the transfer and comes out here.
+  using Sink = std::function<void(std::span<const unsigned char>)>;
+  void read(const std::string& path, long long offset, long long length, const Handle& handle, const Sink& sink);
+  // Fills the file of that name from `source`, which fills each block it is handed with the content's next bytes,
+  // `done` of which are written.
+  using Source = std::function<void(std::span<unsigned char> block, long long done)>;
+  _FS_FILE_V2 upload(const std::string& parent, const std::string& name, long long size, const Handle& handle,
+                     const Source& source);
+
+  // Moves and removes what a record of info or list describes.
+  _FS_FILE_V2 move(const _FS_FILE_V2& entry, const std::string& new_parent, const std::string& name);
+  void remove(const _FS_FILE_V2& entry);
+  _FS_FILE_V2 create_directory(const std::string& parent, const std::string& name);
+  // Both times as instants.
+  void set_times(const std::string& path, time_t accessed, time_t modified);
+
+ private:
+  class Manager;
+  struct Release {
+    void operator()(IProtocol_V2* object) const { object->Release(); }
+  };
+  std::unique_ptr<Manager> manager_;
+  std::unique_ptr<IProtocol_V2, Release> object_;
+};
+
+}  // namespace host

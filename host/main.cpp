@@ -1,0 +1,148 @@
+#include <fmt/format.h>
+
+#include <CLI/CLI.hpp>
+#include <array>
+#include <cstdio>
+#include <functional>
+
+#include "host/commands.h"
+#include "host/console.h"
+#include "host/interrupt.h"
+#include "host/paths.h"
+
+namespace {
+
+using host::host_path;
+
+struct ConsoleLog final : ILog {
+  void Reserved1() override {}
+  void Reserved2() override {}
+  void LogV(LOGLEVEL level, const char* format, va_list arguments) override {
+    std::array<char, 1024> line{};
+    std::vsnprintf(line.data(), line.size(), format, arguments);
+    fmt::print(stderr, "log {}: {}\n", static_cast<int>(level), line.data());
+  }
+};
+
+using Command = std::function<int(const host::Module&, host::Drive&)>;
+
+// What the arguments say: filled by the parser, read by the command that was chosen.
+struct Arguments {
+  std::string module, path, target, folder, root = "/";
+  bool verbose = false, json = false, recursive = false, parents = false;
+  long long offset = 0;
+  std::optional<long long> length;
+  Command command;
+
+  [[nodiscard]] std::string drive_path() const { return host_path(path); }
+};
+
+CLI::App& add(CLI::App& app, Arguments& a, const char* name, const char* help, Command command) {
+  CLI::App* const added = app.add_subcommand(name, help);
+  added->callback([&a, command = std::move(command)] { a.command = command; });
+  return *added;
+}
+
+void add_showing_commands(CLI::App& app, Arguments& a) {
+  add(app, a, "info", "Tell what the module is and what it says of user, root and volume",
+      [&](auto& module, auto& drive) { return show_info(module, drive, host_path(a.root)); })
+      .add_option("--root", a.root, "the folder whose volume is measured")
+      ->capture_default_str();
+
+  CLI::App& ls = add(app, a, "ls", "List a folder: kind, size, local modification time and name",
+                     [&](auto&, auto& drive) { return list_folder(drive, a.drive_path(), a.json); });
+  ls.add_option("PATH", a.path, "the folder")->required();
+  ls.add_flag("--json", a.json, "an object a line; of names that are not UTF-8 it tells the bytes too");
+
+  CLI::App& stat = add(app, a, "stat", "Describe one entry; links are followed",
+                       [&](auto&, auto& drive) { return show_entry(drive, a.drive_path(), a.json); });
+  stat.add_option("PATH", a.path, "the entry")->required();
+  stat.add_flag("--json", a.json, "as ls does");
+
+  CLI::App& cat = add(app, a, "cat", "Write a file's bytes to standard output",
+                      [&](auto&, auto& drive) { return print_content(drive, a.drive_path(), a.offset, a.length); });
+  cat.add_option("PATH", a.path, "the file")->required();
+  cat.add_option("--offset", a.offset, "the first byte")->check(CLI::NonNegativeNumber);
+  cat.add_option("--length", a.length, "how many bytes; to the end where left out")->check(CLI::NonNegativeNumber);
+}
+
+void add_copying_commands(CLI::App& app, Arguments& a) {
+  CLI::App& get = add(app, a, "get", "Copy from the drive to a local file or folder",
+                      [&](auto&, auto& drive) { return host::get(drive, a.drive_path(), a.target, a.recursive); });
+  get.add_option("PATH", a.path, "what to copy")->required();
+  get.add_option("LOCAL", a.target, "where to; a folder receives it under its name")->required();
+
+  CLI::App& put = add(app, a, "put", "Copy a local file or folder to the drive, with its modification time",
+                      [&](auto&, auto& drive) { return host::put(drive, a.target, a.drive_path(), a.recursive); });
+  put.add_option("LOCAL", a.target, "what to copy")->required();
+  put.add_option("PATH", a.path, "where to; a file there is replaced, and lost if the transfer fails")->required();
+  for (CLI::App* copy : {&get, &put}) {
+    copy->add_flag("-r,--recursive", a.recursive, "folders with all that is in them");
+  }
+  add(app, a, "demo", "Copy a folder through the module and back, and compare every byte",
+      [&](auto& module, auto& drive) { return demo(module, drive, a.folder); })
+      .add_option("FOLDER", a.folder, "the folder; the project's own where left out");
+}
+
+void add_changing_commands(CLI::App& app, Arguments& a) {
+  CLI::App& mv = add(app, a, "mv", "Move or rename an entry; a file of that name is replaced",
+                     [&](auto&, auto& drive) { return move(drive, a.drive_path(), host_path(a.target)); });
+  mv.add_option("PATH", a.path, "the entry")->required();
+  mv.add_option("TARGET", a.target, "its new path, or a folder that receives it")->required();
+
+  CLI::App& mkdir = add(app, a, "mkdir", "Make a folder",
+                        [&](auto&, auto& drive) { return make_directory(drive, a.drive_path(), a.parents); });
+  mkdir.add_option("PATH", a.path, "the folder")->required();
+  mkdir.add_flag("-p,--parents", a.parents, "with the folders above it; fine when it is there already");
+
+  CLI::App& rm = add(app, a, "rm", "Remove a file or an empty folder",
+                     [&](auto&, auto& drive) { return remove(drive, a.drive_path(), a.recursive); });
+  rm.add_option("PATH", a.path, "the entry")->required();
+  rm.add_flag("-r,--recursive", a.recursive, "a folder with all that is in it; links go, what they lead to stays");
+}
+
+int run(const Arguments& arguments) {
+  ConsoleLog log;
+  host::Module module(arguments.module);
+  if (arguments.verbose) module.bind_logger(&log);
+  host::Drive drive(module);
+  return arguments.command(module, drive);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  Arguments arguments;
+  CLI::App app{
+      "Does with a storage module what a drive client does: lists, reads, writes, moves and removes real "
+      "files.",
+      "localdisk-host"};
+  app.add_option("--module", arguments.module, "the module's file; the one beside this program where left out");
+  app.add_flag("--verbose", arguments.verbose, "print the module's log lines");
+  app.require_subcommand(1);
+  app.fallthrough();
+  app.footer("Exit codes: 0 done, 1 the operation failed, 2 wrong usage or no module, 130 cancelled.");
+  add_showing_commands(app, arguments);
+  add_copying_commands(app, arguments);
+  add_changing_commands(app, arguments);
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    return app.exit(error) == 0 ? host::exit_done : host::exit_usage;
+  }
+  try {
+    return run(arguments);
+  } catch (const host::ModuleError& error) {
+    host::complain(error.what());
+    return host::exit_usage;
+  } catch (const host::Interrupted&) {
+    host::complain("cancelled");
+    return host::exit_cancelled;
+  } catch (const host::OperationError& error) {
+    host::complain(error.what());
+    return error.cancelled() ? host::exit_cancelled : host::exit_failed;
+  } catch (const std::exception& error) {
+    host::complain(error.what());
+    return host::exit_failed;
+  }
+}
