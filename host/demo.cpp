@@ -100,7 +100,7 @@ int demo(const Module& module, Drive& drive, const std::string& given) {
   const std::string folder = given.empty() ? project_folder(module) : host_path(given);
   show_info(module, drive, folder);
   fmt::print("\n{}\n", printable(folder));
-  list_folder(drive, folder, /*json=*/false);
+  list_folder(module, drive, folder, /*matching=*/{}, /*json=*/false);
 
   const TemporaryFolder temporary;
   const InterruptGuard interrupt;

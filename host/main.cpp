@@ -28,10 +28,13 @@ using Command = std::function<int(const host::Module&, host::Drive&)>;
 
 // What the arguments say: filled by the parser, read by the command that was chosen.
 struct Arguments {
-  std::string module, path, target, folder, root = "/";
+  std::string module, path, target, folder, text, root = "/";
   bool verbose = false, json = false, recursive = false, parents = false;
   long long offset = 0;
   std::optional<long long> length;
+  std::optional<std::string> accessed, modified;
+  host::Matching matching;
+  host::Setting setting;
   Command command;
 
   [[nodiscard]] std::string drive_path() const { return host_path(path); }
@@ -49,9 +52,12 @@ void add_showing_commands(CLI::App& app, Arguments& a) {
       .add_option("--root", a.root, "the folder whose volume is measured")
       ->capture_default_str();
 
-  CLI::App& ls = add(app, a, "ls", "List a folder: kind, size, local modification time and name",
-                     [&](auto&, auto& drive) { return list_folder(drive, a.drive_path(), a.json); });
+  CLI::App& ls =
+      add(app, a, "ls", "List a folder: kind, size, local modification time and name",
+          [&](auto& module, auto& drive) { return list_folder(module, drive, a.drive_path(), a.matching, a.json); });
   ls.add_option("PATH", a.path, "the folder")->required();
+  ls.add_option("--match", a.matching.expression, "only names that match: * ? and the module's < > \"");
+  ls.add_flag("--ignore-case", a.matching.ignore_case, "letters match in either case")->needs("--match");
   ls.add_flag("--json", a.json, "an object a line; of names that are not UTF-8 it tells the bytes too");
 
   CLI::App& stat = add(app, a, "stat", "Describe one entry; links are followed",
@@ -95,10 +101,34 @@ void add_changing_commands(CLI::App& app, Arguments& a) {
   mkdir.add_option("PATH", a.path, "the folder")->required();
   mkdir.add_flag("-p,--parents", a.parents, "with the folders above it; fine when it is there already");
 
+  CLI::App& touch = add(
+      app, a, "touch", "Set an entry's times; makes an empty file where there is none",
+      [&](auto& module, auto& drive) { return host::touch(module, drive, a.drive_path(), a.accessed, a.modified); });
+  touch.add_option("PATH", a.path, "the entry")->required();
+  const char* const dates = "RFC 3339, or as people write dates: 'yesterday 5pm', '3 days ago'";
+  touch.add_option("--accessed", a.accessed, dates);
+  touch.add_option("--modified", a.modified, dates);
+
   CLI::App& rm = add(app, a, "rm", "Remove a file or an empty folder",
                      [&](auto&, auto& drive) { return remove(drive, a.drive_path(), a.recursive); });
   rm.add_option("PATH", a.path, "the entry")->required();
   rm.add_flag("-r,--recursive", a.recursive, "a folder with all that is in it; links go, what they lead to stays");
+}
+
+void add_utility_commands(CLI::App& app, Arguments& a) {
+  add(app, a, "date", "Tell what each of the module's readers makes of a date, in UTC",
+      [&](auto& module, auto&) { return show_date(module, a.text); })
+      .add_option("TEXT", a.text, "the date")
+      ->required();
+
+  CLI::App& profile = add(app, a, "profile", "Read a setting from a profile (INI) file",
+                          [&](auto& module, auto&) { return show_setting(module, a.setting); });
+  profile.add_option("FILE", a.setting.file, "the file")->required();
+  profile.add_option("SECTION", a.setting.section, "the section's name, in any case")->required();
+  profile.add_option("KEY", a.setting.key, "the key, in any case")->required();
+  profile.add_option("--default", a.setting.otherwise, "what to print where the module finds no value");
+  profile.add_flag("--int", a.setting.number,
+                   "as a number; a key that is missing from a file that opens counts as 0");
 }
 
 int run(const Arguments& arguments) {
@@ -125,6 +155,7 @@ int main(int argc, char** argv) {
   add_showing_commands(app, arguments);
   add_copying_commands(app, arguments);
   add_changing_commands(app, arguments);
+  add_utility_commands(app, arguments);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
@@ -133,6 +164,9 @@ int main(int argc, char** argv) {
   try {
     return run(arguments);
   } catch (const host::ModuleError& error) {
+    host::complain(error.what());
+    return host::exit_usage;
+  } catch (const host::UsageError& error) {
     host::complain(error.what());
     return host::exit_usage;
   } catch (const host::Interrupted&) {

@@ -10,7 +10,7 @@
 #include "host/commands.h"
 #include "host/console.h"
 #include "host/interrupt.h"
-#include "host/paths.h"
+#include "host/utilities.h"
 #include "plugin/entry_points.h"
 
 namespace host {
@@ -80,8 +80,12 @@ int show_info(const Module& module, Drive& drive, const std::string& root) {
   return exit_done;
 }
 
-int list_folder(Drive& drive, const std::string& path, bool json) {
-  drive.list(path, [&](const _FS_FILE_V2& file) { json ? print_json(file) : print_columns(file); });
+int list_folder(const Module& module, Drive& drive, const std::string& path, const Matching& matching, bool json) {
+  const Utilities utilities(module);
+  drive.list(path, [&](const _FS_FILE_V2& file) {
+    if (matching.expression && !utilities.matches(*matching.expression, file.name, matching.ignore_case)) return;
+    json ? print_json(file) : print_columns(file);
+  });
   flush_output();
   return exit_done;
 }
