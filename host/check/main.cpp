@@ -1,7 +1,7 @@
 #include <CLI/CLI.hpp>
 #include <filesystem>
 
-#include "harness.h"
+#include "host/check/harness.h"
 
 int main(int argc, char** argv) {
   harness::Options options;
