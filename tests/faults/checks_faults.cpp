@@ -93,7 +93,7 @@ BOUNDARY_CHECK(descriptors, "faults.descriptors",
   const std::string file = drive.folder.write("f", "abc");
   rlimit usual{};
   EXPECT_EQ(::getrlimit(RLIMIT_NOFILE, &usual), 0);
-  for (const int available : {0, 1}) {
+  for (const int available : {100, 0, 1}) {
     const int lowest = ::dup(0);
     ::close(lowest);
     const rlimit few{static_cast<rlim_t>(lowest + available), usual.rlim_max};
@@ -105,14 +105,14 @@ BOUNDARY_CHECK(descriptors, "faults.descriptors",
     _FS_FILE_V2 record = marked_record("made");
     const int cannot = available == 0 ? 19 : 0;
     EXPECT_EQ(drive->GetFileList(root.c_str(), &entries, &drive.message), cannot);
-    EXPECT_EQ(entries.calls, available);
+    EXPECT_EQ(entries.calls == 0, available == 0);
     EXPECT_EQ(drive.read(file, 0, 3, receiver, transfer), cannot);
     EXPECT_EQ(drive.upload("new", source, transfer), cannot);
     EXPECT_EQ(drive.info(file).size, 3);
     EXPECT_EQ(drive->CreateDirectory(root.c_str(), &record, &drive.message), 0);
     EXPECT_EQ(drive->DeleteDirectory(&record, &drive.message), 0);
     EXPECT_EQ(::setrlimit(RLIMIT_NOFILE, &usual), 0);
-    EXPECT_EQ(fs::exists(drive.folder / "new"), available == 1);
+    EXPECT_EQ(fs::remove(drive.folder / "new"), available > 0);
   }
 }
 
@@ -308,6 +308,7 @@ BOUNDARY_CHECK(small_stack, "faults.stack",
                "Every operation fits in a thread of little stack, whatever the host passes") {
   Drive drive;
   const std::string folder = drive.folder.path();
+  constexpr std::size_t longest = kStackIsChecked ? 1'000'000 : 10'000'000;  // the checkers take their time
   run_in_small_stack([&] {
     Source source;
     Receiver receiver;
@@ -319,7 +320,7 @@ BOUNDARY_CHECK(small_stack, "faults.stack",
     EXPECT_EQ(drive->GetFileList(folder.c_str(), &entries, &drive.message), 0);
     for (const std::string_view part : {"/", "/..", "/.", "/x", "x", "\xFF"}) {
       std::string path = "/";
-      while (path.size() < 10'000'000) path += part;
+      while (path.size() < longest) path += part;
       _FS_FILE_V2 record = marked_record(path);
       record.path = path;
       const std::string before = as_text(record);

@@ -8,16 +8,13 @@
 #include <stdexcept>
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr std::size_t kSmallStack = 1024UL * 1024;  // the checkers' own share is large
+constexpr bool kStackIsChecked = true;
 #elif defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-constexpr std::size_t kSmallStack = 1024UL * 1024;
+constexpr bool kStackIsChecked = __has_feature(address_sanitizer) || __has_feature(thread_sanitizer);
 #else
-constexpr std::size_t kSmallStack = 256UL * 1024;
+constexpr bool kStackIsChecked = false;
 #endif
-#else
-constexpr std::size_t kSmallStack = 256UL * 1024;
-#endif
+constexpr std::size_t kSmallStack = (kStackIsChecked ? 1024UL : 256UL) * 1024;  // the checkers' own share is large
 
 inline void run_in_small_stack(std::function<void()> body) {
   pthread_attr_t attributes;
