@@ -101,7 +101,7 @@ void bench::add_file_rows() {
 
 // Describing an entry asks the system twice where TZ is unset: for the entry, and whether the machine's zone has
 // changed. Where TZ is set only the first is left. It stays set for what follows, so these rows come last.
-void bench::add_rows_with_zone() {
+void bench::add_file_rows_with_zone() {
   Row("GetFileInfo, TZ set")
       .module([] {
         static const int set = ::setenv("TZ", ":/etc/localtime", 1);

@@ -44,7 +44,8 @@ int main(int argc, char** argv) {
   bench::add_time_rows();
   bench::add_text_rows();
   bench::add_settings_and_path_rows();
-  bench::add_rows_with_zone();
+  bench::add_file_rows_with_zone();
+  bench::add_time_rows_with_zone();
   if (argc == 4 && std::strcmp(argv[1], "--times") == 0) return do_times(std::atol(argv[2]), argv[3]);
   if (argc == 2 && std::strcmp(argv[1], "--memory") == 0) return show_memory();
   benchmark::Initialize(&argc, argv);

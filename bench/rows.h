@@ -81,6 +81,9 @@ void add_transfer_rows();
 void add_time_rows();
 void add_text_rows();
 void add_settings_and_path_rows();
-void add_rows_with_zone();
+
+// For rows in a process that has TZ set; they come last, since it stays set.
+void add_file_rows_with_zone();
+void add_time_rows_with_zone();
 
 }  // namespace bench

@@ -108,6 +108,12 @@ int approximately(const char* text) {
   return result.tm_mday;
 }
 
+void add_approxidate(const char* name) {
+  bench::Row(name).module([] { return approximately("yesterday 5pm"); }).peer([] {
+    return by_strptime(iso_local, "%Y-%m-%d %H:%M:%S");
+  });
+}
+
 }  // namespace
 
 void bench::add_time_rows() {
@@ -144,7 +150,9 @@ void bench::add_time_rows() {
   Row("parse_date_basic, ISO style").module([] { return strictly(iso_local); }).peer([] {
     return by_strptime(iso_local, "%Y-%m-%d %H:%M:%S");
   });
-  Row("approxidate").module([] { return approximately("yesterday 5pm"); }).peer([] {
-    return by_strptime(iso_local, "%Y-%m-%d %H:%M:%S");
-  });
+  add_approxidate("approxidate");
+}
+
+void bench::add_time_rows_with_zone() {
+  add_approxidate("approxidate, TZ set");
 }

@@ -130,12 +130,14 @@ constexpr auto units = std::to_array<Unit>({
 });
 
 bool matches_in_full(const char* at, const char* word) noexcept {
+  if (!begins_like(at, word)) return false;
   const int length = match_word(at, word);
   return length > 0 && word[length] == '\0';
 }
 
 // In full, or without the "s" of the plural.
 bool matches_unit(const char* at, const char* word) noexcept {
+  if (!begins_like(at, word)) return false;
   const int length = match_word(at, word);
   return length > 0 && (word[length] == '\0' || word[length + 1] == '\0');
 }
@@ -216,8 +218,7 @@ bool take_years(const char* at, Reading& reading) noexcept {
 bool take_word(const char* at, Reading& reading) {
   if (take_month(at, reading) || take_special(at, reading)) return true;
   if (reading.number == 0) return take_count(at, reading);
-  return take_unit(at, reading) || take_weekday(at, reading) || take_months(at, reading) ||
-         take_years(at, reading);
+  return take_unit(at, reading) || take_weekday(at, reading) || take_months(at, reading) || take_years(at, reading);
 }
 
 const char* take_number(const char* at, Reading& reading, const Clock& clock) noexcept {
@@ -255,6 +256,7 @@ std::optional<time_t> read_relative(const char* text, const Clock& clock) {
   const timeval instant = clock.now();
   const time_t seconds = instant.tv_sec;
   tm local{};
+  ::tzset();
   if (::localtime_r(&seconds, &local) == nullptr) return std::nullopt;
   Reading reading{.date = to_atm(local), .now = to_atm(local)};
   reading.date.tm_mday = -1;
@@ -325,9 +327,8 @@ std::string convert_last_modified_to_rfc3339(std::string text) {
   if (approxidate(text.c_str(), &utc) != 0) return {};
   const auto field = [](int value) { return static_cast<unsigned short>(value); };
   std::array<char, 32> buffer;
-  const int length =
-      std::snprintf(buffer.data(), buffer.size(), "%04hu-%02hu-%02huT%02hu:%02hu:%02hu.%03huZ",
-                    field(saturate(utc.tm_year + 1900L)), field(utc.tm_mon + 1), field(utc.tm_mday),
-                    field(utc.tm_hour), field(utc.tm_min), field(utc.tm_sec), field(0));
+  const int length = std::snprintf(buffer.data(), buffer.size(), "%04hu-%02hu-%02huT%02hu:%02hu:%02hu.%03huZ",
+                                   field(saturate(utc.tm_year + 1900L)), field(utc.tm_mon + 1), field(utc.tm_mday),
+                                   field(utc.tm_hour), field(utc.tm_min), field(utc.tm_sec), field(0));
   return {buffer.data(), std::min(static_cast<std::size_t>(length), buffer.size() - 1)};
 }
