@@ -72,6 +72,10 @@ void bench::add_listing_rows() {
     static const std::string folder = folder_on_disk_of(many);
     return folder;
   });
+  add_row("list 1000 entries", 1000, []() -> const std::string& {
+    static const std::string folder = folder_of(1000);
+    return folder;
+  });
   add_row("list 10 entries", 10, []() -> const std::string& {
     static const std::string folder = folder_of(10);
     return folder;
