@@ -2,7 +2,7 @@
 
 #include <cstring>
 #include <ctime>
-#include <utility>
+#include <string>
 
 #include "localdisk/guard.h"
 #include "localdisk/local_disk.h"
@@ -29,7 +29,7 @@ Described examine(int directory, const char* name, struct stat& status) {
 // ten times an entry.
 class Record {
  public:
-  explicit Record(std::string host_path) : host_path_(std::move(host_path)), prefix_(host_path_) {
+  explicit Record(const char* host_path) : prefix_(host_path), host_path_length_(prefix_.size()) {
     localdisk::append_name(prefix_, {});
   }
 
@@ -48,13 +48,13 @@ class Record {
     file_.extra1.clear();
     file_.extra2.clear();
     file_.parents.resize(1);
-    file_.parents.front() = host_path_;
+    file_.parents.front().assign(prefix_, 0, host_path_length_);
     return &file_;
   }
 
  private:
-  const std::string host_path_;
-  std::string prefix_;
+  std::string prefix_;  // of every path: the host path of the folder, which a divider follows or ends
+  std::size_t host_path_length_;
   _FS_FILE_V2 file_;
 };
 

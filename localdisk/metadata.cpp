@@ -1,11 +1,11 @@
 #include "localdisk/metadata.h"
 
+#include <algorithm>
 #include <ctime>
 #include <utility>
 
 #include "localdisk/guard.h"
 #include "localdisk/local_disk.h"
-#include "localdisk/normalize_path.h"
 
 namespace localdisk {
 
@@ -14,6 +14,16 @@ namespace {
 TimestampText wall_clock(time_t instant) noexcept {
   tm local{};
   return ::localtime_r(&instant, &local) == nullptr ? TimestampText() : TimestampText(local);
+}
+
+// The plain form of what stands above a path in its plain form, as if "/.." had been put behind it: "/" above the
+// root, and nothing above a relative path of one component.
+std::string parent_of(const std::string& path) {
+  const std::size_t divider = path.rfind('/');
+  std::string parent;
+  parent.reserve(path.size() + 1);  // for the name that will be put behind it again
+  if (divider != std::string::npos) parent.assign(path, 0, std::max<std::size_t>(divider, 1));
+  return parent;
 }
 
 }  // namespace
@@ -65,13 +75,12 @@ void LocalDisk::FillData(std::string directory, struct stat* status, _FS_FILE_V2
 int LocalDisk::GetFileInfo(const char* path, _FS_FILE_V2* file, char** /*message*/) {
   if (path == nullptr || file == nullptr) return FS_ERR_INVALID_ARG;
   return localdisk::guarded(FS_ERR_OPERATION_FAILED, [&] {
-    const std::string_view host_path(path);
     const std::string local = GetPath(path);
-    std::string parent = host_path == "/" ? "/" : localdisk::normalized(std::string(host_path).append("/.."));
     struct stat status {};
     if (::stat(local.c_str(), &status) != 0) return FS_ERR_NOT_FOUND;
 
-    std::string name(localdisk::last_component(host_path));
+    std::string parent = localdisk::parent_of(local);
+    std::string name(localdisk::last_component(path));
     file->name.swap(name);
     ::tzset();
     try {
