@@ -121,13 +121,16 @@ class Matcher {
   // the end of the name are alike and count as the first of them.
   std::size_t walk(const Char* at, std::size_t j) const {
     for (; !ends_stretch(*at); ++at) {
+      const bool inside = j < length_;
       if (*at == '"') {
-        j += j < length_ && name_[j] == '.' ? 1 : 0;
+        j += inside && name_[j] == '.' ? 1 : 0;
+      } else if (inside && *at == name_[j]) {
+        ++j;  // right for "?" and ">" as well, should the name hold them: neither is a dot
       } else if (*at == '?' || *at == '>') {
         const bool on_last_dot = j + 1 == behind_last_dot_;
         if (*at == '?' || !on_last_dot) j = std::min(j, length_) + 1;
       } else {
-        if (j >= length_ || !same(*at, name_[j])) return nowhere;
+        if (!inside || !same(*at, name_[j])) return nowhere;
         ++j;
       }
     }
