@@ -22,9 +22,9 @@ constexpr wchar_t unwritten = WCHAR_MAX;
 // The formatter counts in int: an output and its terminator never need more.
 constexpr std::size_t longest_buffer = std::size_t{INT_MAX} + 1;
 
-// Called after the formatter answered with an error. Lack of memory is no fault of the format.
-void throw_if_out_of_memory(int errno_before) {
-  if (errno == ENOMEM && errno_before != ENOMEM) throw std::bad_alloc();
+// Called after an error of the formatter: lack of memory is no fault of the format.
+void throw_if_out_of_memory() {
+  if (errno == ENOMEM) throw std::bad_alloc();
 }
 
 }  // namespace
@@ -36,7 +36,7 @@ std::string string_format(std::string format, ...) {
   const int length = std::vsnprintf(nullptr, 0, format.c_str(), arguments);
   va_end(arguments);
   if (length < 0) {
-    throw_if_out_of_memory(callers_errno);
+    throw_if_out_of_memory();
     return {};
   }
 
@@ -46,7 +46,7 @@ std::string string_format(std::string format, ...) {
   const int written = std::vsnprintf(text.data(), text.size() + 1, format.c_str(), arguments);
   va_end(arguments);
   if (written < 0) {
-    throw_if_out_of_memory(callers_errno);
+    throw_if_out_of_memory();
     return {};
   }
   text.resize(std::strlen(text.c_str()));
@@ -59,7 +59,7 @@ std::string string_format(std::string format, ...) {
 std::wstring wstring_format(std::wstring format, ...) {
   const int callers_errno = errno;
   std::wstring buffer;
-  for (std::size_t size = format.size() + 256;; size = std::min(size * 2, longest_buffer)) {
+  for (std::size_t size = format.size() + 256;; size = std::min(size * 4, longest_buffer)) {
     buffer.assign(size, unwritten);
     errno = callers_errno;
     va_list arguments;
@@ -68,8 +68,8 @@ std::wstring wstring_format(std::wstring format, ...) {
     va_end(arguments);
     if (length >= 0) return std::wstring(buffer.c_str());
 
-    throw_if_out_of_memory(callers_errno);
     const bool ran_out_of_room = buffer[size - 2] != unwritten;  // the last place is the terminator's
+    if (!ran_out_of_room) throw_if_out_of_memory();
     if (!ran_out_of_room || size >= longest_buffer) return {};
   }
 }

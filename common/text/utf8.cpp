@@ -71,8 +71,7 @@ std::ptrdiff_t count_ascii(const Byte* at) {
   return (first_is_lowest ? std::countr_zero(word) : std::countl_zero(word)) / 8;
 }
 
-// The copies of whole blocks have a fixed length and no branch, so that compilers turn them into vector
-// operations.
+// Blocks have a fixed length and no branch inside, so that compilers turn these two into vector operations.
 template <std::ptrdiff_t block, class From, class To>
 void copy_block(const From* from, To* to) {
   for (std::ptrdiff_t i = 0; i < block; ++i) to[i] = static_cast<To>(from[i]);
@@ -109,8 +108,9 @@ void encode_ascii(const wchar_t*& at, const wchar_t* end, char*& out, const char
   for (; end - at >= block && full - out >= block && all_ascii<block>(at); at += block, out += block) {
     copy_block<block>(at, out);
   }
-  while (at != end && out != full && static_cast<std::uint32_t>(*at) < 0x80)
+  while (at != end && out != full && static_cast<std::uint32_t>(*at) < 0x80) {
     *out++ = static_cast<char>(*at++);
+  }
 }
 
 // Writes the two to four bytes of a code point from 0x80 on.

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <climits>
 #include <cstdio>
@@ -76,15 +77,13 @@ TEST(IsEmailValid, DoesWhatThePatternDoes) {
 }
 
 // The classic locale, but with one more letter.
-struct WithLetterE9 : std::ctype<char> {
-  WithLetterE9() : std::ctype<char>(table()) {}
-  static const mask* table() {
-    static const std::vector<mask> masks = [] {
-      std::vector<mask> all(classic_table(), classic_table() + table_size);
-      all[0xE9] |= alpha;
-      return all;
-    }();
-    return masks.data();
+struct Masks {
+  std::array<std::ctype_base::mask, std::ctype<char>::table_size> masks{};
+};
+struct WithLetterE9 : Masks, std::ctype<char> {
+  WithLetterE9() : std::ctype<char>(masks.data()) {
+    std::copy_n(classic_table(), masks.size(), masks.begin());
+    masks[0xE9] |= alpha;
   }
 };
 
