@@ -38,12 +38,8 @@ void released(void* memory) {
 }  // namespace
 
 extern "C" {
-void* malloc(std::size_t size) {
-  return counted(__libc_malloc(size));
-}
-void* calloc(std::size_t count, std::size_t size) {
-  return counted(__libc_calloc(count, size));
-}
+void* malloc(std::size_t size) { return counted(__libc_malloc(size)); }
+void* calloc(std::size_t count, std::size_t size) { return counted(__libc_calloc(count, size)); }
 void* realloc(void* memory, std::size_t size) {
   released(memory);
   return counted(__libc_realloc(memory, size));
@@ -52,9 +48,7 @@ void free(void* memory) {
   released(memory);
   __libc_free(memory);
 }
-void* aligned_alloc(std::size_t alignment, std::size_t size) {
-  return counted(__libc_memalign(alignment, size));
-}
+void* aligned_alloc(std::size_t alignment, std::size_t size) { return counted(__libc_memalign(alignment, size)); }
 int posix_memalign(void** memory, std::size_t alignment, std::size_t size) {
   *memory = counted(__libc_memalign(alignment, size));
   return *memory == nullptr ? ENOMEM : 0;

@@ -1,4 +1,3 @@
-#include <stdlib.h>
 #include <sys/stat.h>
 #include <sys/time.h>
 #include <time.h>
@@ -107,8 +106,8 @@ void bench::add_file_rows() {
 void bench::add_file_rows_with_zone() {
   Row("GetFileInfo, TZ set")
       .module([] {
-        static const int set = ::setenv("TZ", ":/etc/localtime", 1);
-        return set + describe();
+        set_zone();
+        return describe();
       })
       .limit([] { return examine(examined_file()); });
 }

@@ -59,13 +59,9 @@ const std::string& bench::disk_folder() {
   return folder;
 }
 
-std::string bench::folder_of(int entries) {
-  return filled_folder(memory_folder(), entries);
-}
+std::string bench::folder_of(int entries) { return filled_folder(memory_folder(), entries); }
 
-std::string bench::folder_on_disk_of(int entries) {
-  return filled_folder(disk_folder(), entries);
-}
+std::string bench::folder_on_disk_of(int entries) { return filled_folder(disk_folder(), entries); }
 
 std::string bench::cached_file(long long bytes) {
   std::string path = disk_folder() + "/content-" + std::to_string(bytes);
@@ -83,6 +79,11 @@ std::string bench::text_file(const std::string& name, const std::string& content
   std::string path = memory_folder() + "/" + name;
   std::ofstream(path, std::ios::binary) << content;
   return path;
+}
+
+void bench::set_zone() {
+  static const int set = ::setenv("TZ", ":/etc/localtime", 1);
+  static_cast<void>(set);
 }
 
 IProtocol_V2& bench::drive() {

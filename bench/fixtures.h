@@ -23,6 +23,9 @@ std::string cached_file(long long bytes);
 // The path of a file with this text.
 std::string text_file(const std::string& name, const std::string& content);
 
+// Sets TZ to the machine's zone, for the rest of the process.
+void set_zone();
+
 // A protocol object of the module.
 IProtocol_V2& drive();
 

@@ -96,9 +96,7 @@ void add_url() {
 }
 
 // Moves, so that the rows show the splitting and not a copy that the caller asked for.
-std::string as_it_is(std::string& piece) {
-  return std::move(piece);
-}
+std::string as_it_is(std::string& piece) { return std::move(piece); }
 
 std::vector<std::string> pieces(const std::string& text, const std::string& delimiter, std::size_t length) {
   std::vector<std::string> found;

@@ -5,6 +5,7 @@
 #include <sstream>
 #include <string>
 
+#include "bench/fixtures.h"
 #include "bench/rows.h"
 #include "common/time/approxidate.h"
 #include "common/time/iso8601.h"
@@ -108,11 +109,9 @@ int approximately(const char* text) {
   return result.tm_mday;
 }
 
-void add_approxidate(const char* name) {
-  bench::Row(name).module([] { return approximately("yesterday 5pm"); }).peer([] {
-    return by_strptime(iso_local, "%Y-%m-%d %H:%M:%S");
-  });
-}
+int approximately_yesterday() { return approximately("yesterday 5pm"); }
+
+time_t exactly() { return by_strptime(iso_local, "%Y-%m-%d %H:%M:%S"); }
 
 }  // namespace
 
@@ -150,9 +149,14 @@ void bench::add_time_rows() {
   Row("parse_date_basic, ISO style").module([] { return strictly(iso_local); }).peer([] {
     return by_strptime(iso_local, "%Y-%m-%d %H:%M:%S");
   });
-  add_approxidate("approxidate");
+  Row("approxidate").module(approximately_yesterday).peer(exactly);
 }
 
 void bench::add_time_rows_with_zone() {
-  add_approxidate("approxidate, TZ set");
+  Row("approxidate, TZ set")
+      .module([] {
+        set_zone();
+        return approximately_yesterday();
+      })
+      .peer(exactly);
 }

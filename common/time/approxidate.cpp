@@ -26,9 +26,9 @@ struct Reading {
   int number = 0;  // a count whose meaning is still open
 };
 
-// Completes the date with what `now` has, moves it back and gives the instant. A month without a year is the
-// latest one of that name. A year that no record can hold leaves the date as it was.
-time_t update_atm(atm& date, const atm& now, std::int64_t seconds_back) noexcept {
+// Completes the date with what `now` has, and gives its instant. A month without a year is the latest one of that
+// name.
+time_t complete(atm& date, const atm& now) noexcept {
   if (date.tm_mday < 0) date.tm_mday = now.tm_mday;
   if (date.tm_mon < 0) date.tm_mon = now.tm_mon;
   if (date.tm_year < 0) {
@@ -36,9 +36,14 @@ time_t update_atm(atm& date, const atm& now, std::int64_t seconds_back) noexcept
     date.tm_year = saturate(std::int64_t{now.tm_year} - (still_to_come ? 1 : 0));
   }
   tm local = to_tm(date);
-  const time_t instant = ::mktime(&local) - seconds_back;
+  return ::mktime(&local);
+}
+
+// Completes the date and moves it back. A year that no record can hold leaves it complete but where it was.
+void update_atm(atm& date, const atm& now, std::int64_t seconds_back) noexcept {
+  const time_t instant = complete(date, now) - seconds_back;
+  tm local{};
   if (::localtime_r(&instant, &local) != nullptr) date = to_atm(local);
-  return instant;
 }
 
 // Gives a count that nothing has claimed to the first of day, month and year that is missing and may have
@@ -264,7 +269,7 @@ std::optional<time_t> read_relative(const char* text, const Clock& clock) {
   reading.date.tm_year = -1;
   reading.date.tm_usec = instant.tv_usec;
   if (!read_text(text, reading, clock)) return std::nullopt;
-  return update_atm(reading.date, reading.now, 0);
+  return complete(reading.date, reading.now);
 }
 
 }  // namespace
