@@ -84,12 +84,17 @@ class Matcher {
   static bool is_special(Char c) { return ends_stretch(c) || may_stay(c) || c == '?'; }
 
   bool reaches_end(const Char* stretch, const Char* end, const Starts& starts) const {
-    const bool fixed = std::none_of(stretch, end, may_stay);
+    if (std::any_of(stretch, end, may_stay)) return reaches_end_somehow(stretch, starts);
     const auto width = static_cast<std::size_t>(end - stretch);
-    if (fixed && width > length_) return false;
-    for (const auto& [first, last] : starts) {
-      std::size_t j = fixed ? std::max(first, length_ - width) : first;
-      for (const std::size_t until = fixed ? std::min(last, length_ - width) : last; j <= until; ++j) {
+    if (width > length_) return false;
+    const std::size_t j = length_ - width;
+    const auto holds = [j](const Range& tried) { return tried.first <= j && j <= tried.last; };
+    return (holds(starts[0]) || holds(starts[1])) && walk(stretch, j) == length_;
+  }
+
+  bool reaches_end_somehow(const Char* stretch, const Starts& starts) const {
+    for (const Range& tried : starts) {
+      for (std::size_t j = tried.first; j <= tried.last; ++j) {
         if (walk(stretch, j) == length_) return true;
       }
     }
