@@ -26,8 +26,7 @@ if(CMAKE_INSTALL_PREFIX STREQUAL "/usr")
   # Names without files: CPack then leaves out its calls of ldconfig, for which there is nothing in a plug-in folder.
   set(CPACK_DEBIAN_PACKAGE_CONTROL_EXTRA postinst postrm)
   set(CPACK_DEBIAN_PACKAGE_SUGGESTS "g++, cmake, pkg-config")
-  find_file(LOCALDISK_MOUNT_SOURCE host/mount/mount.cpp PATHS "${PROJECT_SOURCE_DIR}" NO_DEFAULT_PATH NO_CACHE)
-  if(LOCALDISK_MOUNT_SOURCE)
+  if(fuse3_FOUND)  # as the host's folder found out
     set(CPACK_DEBIAN_PACKAGE_RECOMMENDS fuse3)  # who isn't root mounts through its helper program
   endif()
   install(FILES packaging/debian/copyright DESTINATION "${CMAKE_INSTALL_DOCDIR}" COMPONENT Module)
