@@ -17,7 +17,7 @@ using host::host_path;
 struct ConsoleLog final : ILog {
   void Reserved1() override {}
   void Reserved2() override {}
-  void LogV(LOGLEVEL level, const char* format, va_list arguments) override {
+  [[gnu::format(printf, 3, 0)]] void LogV(LOGLEVEL level, const char* format, va_list arguments) override {
     std::array<char, 1024> line{};
     std::vsnprintf(line.data(), line.size(), format, arguments);
     fmt::print(stderr, "log {}: {}\n", static_cast<int>(level), line.data());
