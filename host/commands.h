@@ -29,6 +29,13 @@ int move(Drive& drive, const std::string& path, const std::string& target);
 int make_directory(Drive& drive, const std::string& path, bool parents);
 int remove(Drive& drive, const std::string& path, bool recursive);
 
+struct MountOptions {
+  std::string root, mount_point;  // absolute
+  std::filesystem::path cache;    // the folder in which the cache gets a folder of its own
+  bool read_only = false, foreground = false;
+};
+int mount(Drive& drive, const MountOptions& options);
+
 int demo(const Module& module, Drive& drive, const std::string& folder);
 
 }  // namespace host
