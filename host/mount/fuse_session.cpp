@@ -9,6 +9,7 @@
 #include <array>
 #include <cerrno>
 #include <memory>
+#include <regex>
 #include <string_view>
 
 #include "host/commands.h"
@@ -86,12 +87,10 @@ void* on_init(fuse_conn_info* /*connection*/, fuse_config* config) {
   return ::fuse_get_context()->private_data;
 }
 
+// Asked about an open file libfuse gives no path.
 int on_getattr(const char* path, struct stat* status, fuse_file_info* info) {
   return answer([&] {
-    if (path != nullptr) return describe(served().files.attributes(path), *status);
-    const auto cached = info != nullptr ? handle_of(*info).file->cached_attributes() : std::nullopt;
-    if (!cached) throw_errno(ENOENT, "a removed file");
-    describe(*cached, *status);
+    describe(path != nullptr ? served().files.attributes(path) : handle_of(*info).file->attributes(), *status);
   });
 }
 
@@ -214,10 +213,11 @@ int on_rmdir(const char* path) {
   return answer([&] { served().files.remove_directory(path); });
 }
 
-// libfuse gives an open file such a name instead of removing it, and removes that after the last close.
-bool stands_for_removal(const std::string& path) {
-  constexpr std::string_view prefix = ".fuse_hidden";
-  return name_of(path).compare(0, prefix.size(), prefix) == 0;
+// libfuse gives an open file such a name beside its own instead of removing it, and removes that after the last
+// close. Here the file goes at once. By our count it may be closed already: ours is down a moment earlier.
+bool stands_for_removal(const std::string& from, const std::string& to) {
+  static const std::regex hidden(R"(\.fuse_hidden[0-9a-f]{16})");
+  return parent_of(from) == parent_of(to) && std::regex_match(name_of(to), hidden);
 }
 
 int on_rename(const char* from, const char* to, unsigned flags) {
@@ -226,7 +226,7 @@ int on_rename(const char* from, const char* to, unsigned flags) {
     if ((flags & ~no_replace) != 0) throw_errno(EINVAL, to);
     if ((flags & no_replace) != 0 && exists(to)) throw_errno(EEXIST, to);
     OpenFiles& files = served().files;
-    stands_for_removal(to) && files.is_open(from) ? files.remove(from, to) : files.move(from, to);
+    stands_for_removal(from, to) ? files.remove(from, to) : files.move(from, to);
   });
 }
 

@@ -18,7 +18,7 @@ class FuseSession {
   FuseSession(const FuseSession&) = delete;
   FuseSession& operator=(const FuseSession&) = delete;
 
-  // Goes on in the background, and ends the process that the shell waits for with success.
+  // Goes on in the background.
   void detach();
   // Answers until the drive is unmounted or SIGINT, SIGTERM or SIGHUP asks for the end. What programs do that
   // began before is done then.

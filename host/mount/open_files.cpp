@@ -28,6 +28,12 @@ std::optional<Attributes> OpenFile::cached_attributes() const {
   return changed_ || removed_ ? std::optional(seen_) : std::nullopt;
 }
 
+Attributes OpenFile::attributes() {
+  if (const auto cached = cached_attributes()) return *cached;
+  const std::shared_lock lock(content_lock_);
+  return drive_.attributes(path_);
+}
+
 std::size_t OpenFile::read(std::span<char> out, long long offset) {
   const std::shared_lock lock(content_lock_);
   return is_cached() ? content_->read(out, offset) : drive_.read(path_, offset, out);
@@ -142,10 +148,12 @@ bool OpenFiles::is_open(const std::string& path) const {
   return found != files_.end() && found->second->handles_ > 0;
 }
 
-// Wants the lock of the table. Another file may stand under the path by now.
-void OpenFiles::drop(const OpenFile& file) {
+// Wants the lock of the table. Answers whether the file was there: it may be closed by now.
+bool OpenFiles::drop(const OpenFile& file) {
   const auto found = files_.find(file.path_);
-  if (found != files_.end() && found->second.get() == &file) files_.erase(found);
+  if (found == files_.end() || found->second.get() != &file) return false;
+  files_.erase(found);
+  return true;
 }
 
 std::shared_ptr<OpenFile> OpenFiles::open(const std::string& path) {
@@ -165,13 +173,17 @@ std::shared_ptr<OpenFile> OpenFiles::create(const std::string& path) {
 }
 
 void OpenFiles::close(OpenFile& file) {
+  {
+    const std::lock_guard lock(table_lock_);
+    if (--file.handles_ > 0) return;
+  }
   try {
     file.flush();
   } catch (const std::exception& error) {
     complain(fmt::format("a changed file stays in the cache: {}", error.what()));
   }
   const std::lock_guard lock(table_lock_);
-  if (--file.handles_ == 0 && !file.is_cached()) drop(file);
+  if (file.handles_ == 0 && !file.is_cached()) drop(file);
 }
 
 Attributes OpenFiles::attributes(const std::string& path) {
@@ -212,7 +224,7 @@ void OpenFiles::remove(const std::string& path, const std::string& alias) {
   }
   const std::lock_guard lock(table_lock_);
   drop(*file);
-  if (alias.empty()) return;
+  if (alias.empty() || file->handles_ == 0) return;
   file->path_ = alias;
   files_[alias] = file;
 }
@@ -230,13 +242,13 @@ void OpenFiles::move(const std::string& from, const std::string& to) {
   if (replaced && is_open(to)) replaced->take_into_cache();
   drive_.move(from, to);
   const std::lock_guard lock(table_lock_);
-  for (const auto& file : files) drop(*file);
-  for (const auto& file : files) {
-    if (file == replaced) {
-      file->leave_drive();
+  const auto end = std::partition(files.begin(), files.end(), [&](const auto& file) { return drop(*file); });
+  for (auto file = files.begin(); file != end; ++file) {
+    if (*file == replaced) {
+      replaced->leave_drive();
     } else {
-      file->path_ = to + file->path_.substr(from.size());
-      files_[file->path_] = file;
+      (*file)->path_ = to + (*file)->path_.substr(from.size());
+      files_[(*file)->path_] = *file;
     }
   }
 }
@@ -257,10 +269,8 @@ std::vector<OpenFiles::Rescued> OpenFiles::finish() {
   const Files files = std::exchange(files_, {});
   for (const auto& [path, file] : files) {
     const std::optional<Attributes> cached = file->cached_attributes();
-    const bool only_held = file->is_removed() && file->handles_ > 0;
-    if (!cached || only_held) continue;
+    if (!cached || file->is_removed()) continue;
     try {
-      if (file->is_removed()) throw_errno(ENOENT, path);
       file->flush();
     } catch (const std::exception& error) {
       rescued.push_back({path, error.what(), cache_.rescue(std::move(*file->content_), path, cached->modified)});

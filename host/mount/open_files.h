@@ -31,6 +31,7 @@ class OpenFile {
   void list(const Mapping::Visit& visit);  // for a directory, which follows its moves as files do
   // Uploads the content if it changed. On a failure it stays in the cache, as changed as it was.
   void flush();
+  [[nodiscard]] Attributes attributes();  // waits for transfers where the drive has to be asked
   // What the cache knows better than the drive; nothing while the drive knows it all.
   [[nodiscard]] std::optional<Attributes> cached_attributes() const;
 
@@ -82,7 +83,6 @@ class OpenFiles {
   void remove(const std::string& path, const std::string& alias = {});
   void move(const std::string& from, const std::string& to);
   void remove_directory(const std::string& path);
-  [[nodiscard]] bool is_open(const std::string& path) const;
 
   struct Rescued {
     std::string path, reason;
@@ -95,7 +95,8 @@ class OpenFiles {
   using Files = std::map<std::string, std::shared_ptr<OpenFile>>;
   [[nodiscard]] std::shared_ptr<OpenFile> find(const std::string& path) const;
   [[nodiscard]] std::vector<std::shared_ptr<OpenFile>> at_or_below(const std::string& path) const;
-  void drop(const OpenFile& file);
+  [[nodiscard]] bool is_open(const std::string& path) const;
+  bool drop(const OpenFile& file);
 
   Mapping& drive_;
   CacheFolder& cache_;
