@@ -2,7 +2,7 @@
 #include <sys/vfs.h>
 #include <unistd.h>
 
-#include "host.h"
+#include "tests/boundary/host.h"
 
 namespace {
 

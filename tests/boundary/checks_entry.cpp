@@ -5,7 +5,16 @@
 #include <mutex>
 #include <typeinfo>
 
-#include "host.h"
+#include "tests/boundary/host.h"
+
+BOUNDARY_CHECK(exports, "entry.exports", "Every name that the contract lists is exported") {
+  for (const char* name : {
+#include "exported_names.inc"
+       }) {
+    if (harness::symbol(name) == nullptr)
+      harness::fail(__FILE__, __LINE__, fmt::format("{} is not exported", name));
+  }
+}
 
 BOUNDARY_CHECK(name_and_fields, "entry.name", "The module names its protocol in memory that FreeP takes back") {
   const auto support = entry<void(char**)>("GetSupportProtocol");

@@ -5,7 +5,7 @@
 #include <cerrno>
 #include <filesystem>
 
-#include "host.h"
+#include "tests/boundary/host.h"
 
 namespace fs = std::filesystem;
 

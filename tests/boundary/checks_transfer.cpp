@@ -6,7 +6,7 @@
 
 #include <filesystem>
 
-#include "host.h"
+#include "tests/boundary/host.h"
 
 namespace fs = std::filesystem;
 

@@ -1,4 +1,4 @@
-#include "host.h"
+#include "tests/boundary/host.h"
 
 #include <dirent.h>
 #include <fmt/ranges.h>
@@ -9,7 +9,7 @@
 
 int Manager::GetPid(const char* module, char* buffer, int* length) {
   if (throws) throw HostError{};
-  module_id = module;
+  if (!quiet) module_id = module;
   EXPECT_EQ(*length, 256);
   EXPECT(std::all_of(buffer, buffer + 256, [](char c) { return c == '\0'; }));
   std::memcpy(buffer, pid.data(), pid.size());
@@ -17,6 +17,7 @@ int Manager::GetPid(const char* module, char* buffer, int* length) {
 }
 
 int Manager::SetValue(const char* owner, const char* key, const char* value, int flag) {
+  const std::lock_guard guard(lock);
   values.push_back(fmt::format("{} {} {} {}", owner, key, value, flag));
   if (throws) throw HostError{};
   return 5;
@@ -32,6 +33,7 @@ int Entries::AddFile(_FS_FILE_V2* file) {
 void Log::LogV(LOGLEVEL level, const char* format, va_list arguments) {
   std::array<char, 512> text{};
   std::vsnprintf(text.data(), text.size(), format, arguments);
+  const std::lock_guard guard(lock);
   lines.push_back(fmt::format("{} {} -> {}", static_cast<int>(level), format, text.data()));
   then();
 }
@@ -70,8 +72,8 @@ Transfer::Transfer() {
 
 Drive::Drive() : descriptors_(open_descriptors()) {
   void* object = nullptr;
-  EXPECT(entry<bool(IProtocolManager*, void**)>("GetProtocol")(&manager, &object));
-  if (object == nullptr) harness::skip("no object to be had");
+  if (!entry<bool(IProtocolManager*, void**)>("GetProtocol")(&manager, &object) || object == nullptr)
+    harness::give_up(__FILE__, __LINE__, "no object to be had");
   object_ = static_cast<Protocol*>(object);
 }
 

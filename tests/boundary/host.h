@@ -6,12 +6,13 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "harness.h"
-#include "host_side.h"
+#include "host/check/harness.h"
+#include "tests/boundary/host_side.h"
 #include "tests/support/scoped_environment.h"
 #include "tests/support/temporary_folder.h"
 
@@ -22,15 +23,18 @@ struct HostError {};  // what callbacks throw when they are told to
 template <class Signature>
 auto* entry(const char* name) {
   auto* const found = reinterpret_cast<Signature*>(harness::symbol(name));
-  if (found == nullptr) harness::skip(fmt::format("{} is not exported", name));
+  if (found == nullptr) harness::give_up(__FILE__, __LINE__, fmt::format("{} is not exported", name));
   return found;
 }
 
+// The manager and the logger may be called from several threads at once.
 struct Manager final : IProtocolManager {
+  std::mutex lock;
   std::string pid = "pid-7";
   std::string module_id;
   std::vector<std::string> values;
   bool throws = false;
+  bool quiet = false;  // then it hands the pid over and needs no memory
   int GetPid(const char* module, char* buffer, int* length) override;
   int SetValue(const char* owner, const char* key, const char* value, int flag) override;
 };
@@ -43,11 +47,12 @@ struct Entries final : IFileList {
 };
 
 struct Log final : ILog {
+  std::mutex lock;
   std::vector<std::string> lines;
   std::function<void()> then = [] {};
   void First() override { harness::fail(__FILE__, __LINE__, "the logger's first entry was called"); }
   void Second() override { harness::fail(__FILE__, __LINE__, "the logger's second entry was called"); }
-  void LogV(LOGLEVEL level, const char* format, va_list arguments) override;
+  [[gnu::format(printf, 3, 0)]] void LogV(LOGLEVEL level, const char* format, va_list arguments) override;
 };
 
 struct Chunk {

@@ -8,7 +8,7 @@
 #include <cstring>
 #include <string>
 
-#include "host_side.h"
+#include "tests/boundary/host_side.h"
 
 #define HOST_EXPORT __attribute__((visibility("default"), used))
 

@@ -18,8 +18,9 @@ struct Check {
 // For namespace scope: adds a check to those that run.
 int add(const Check& check);
 
-// Inside a check. A failure is noted and the check goes on; a skip ends it.
+// Inside a check. A failure is noted and the check goes on, unless there is nothing to go on with; a skip ends it.
 void fail(const char* file, int line, std::string reason);
+[[noreturn]] void give_up(const char* file, int line, std::string reason);
 [[noreturn]] void skip(std::string reason);
 
 // The symbol of that name in the module under test, or null.

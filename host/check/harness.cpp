@@ -1,4 +1,4 @@
-#include "harness.h"
+#include "host/check/harness.h"
 
 #include <dlfcn.h>
 #include <fcntl.h>
@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <atomic>
 #include <chrono>
 #include <cstring>
 #include <filesystem>
@@ -37,7 +38,7 @@ std::vector<Check>& checks() {
 // The state of the process that runs one check.
 void* loaded_module = nullptr;
 int report_descriptor = -1;
-bool failed = false;
+std::atomic<bool> failed = false;  // checks run threads of their own
 
 void report(const std::string& text) {
   if (::write(report_descriptor, text.data(), text.size()) < 0) ::_exit(3);
@@ -125,6 +126,11 @@ int add(const Check& check) {
 void fail(const char* file, int line, std::string reason) {
   failed = true;
   report(fmt::format("{}:{}: {}; ", std::filesystem::path(file).filename().string(), line, reason));
+}
+
+void give_up(const char* file, int line, std::string reason) {
+  fail(file, line, std::move(reason));
+  throw Skip{};
 }
 
 void skip(std::string reason) {

@@ -1,7 +1,8 @@
 #include <CLI/CLI.hpp>
 #include <filesystem>
 
-#include "harness.h"
+#include "host/check/harness.h"
+#include "tests/support/locale_of_the_process.h"
 
 int main(int argc, char** argv) {
   harness::Options options;
@@ -12,5 +13,6 @@ int main(int argc, char** argv) {
   app.add_flag("--json", options.json, "an object a line instead of text");
   CLI11_PARSE(app, argc, argv);
   options.module = std::filesystem::absolute(options.module);  // the loader looks a bare name up elsewhere
+  set_locale_of_the_process();
   return harness::run(options);
 }

@@ -1,0 +1,33 @@
+// A line is a date as people write it: what is understood has fields of a real instant, what isn't touches nothing.
+#include <cstring>
+#include <ctime>
+
+#include "common/time/approxidate.h"
+#include "common/time/rfc3339.h"
+#include "common/time/strict_date.h"
+#include "fuzz/target.h"
+#include "fuzz/zone.h"
+
+FUZZ_TARGET(approximate_date) {
+  use_zone("CET-1CEST,M3.5.0,M10.5.0/3");
+  const Clock clock(timeval{1709644029, 250000});  // 2024-03-05 14:07:09 in Berlin
+  const std::string text = input.rest();
+  tm result{}, untouched{};
+  std::memset(&result, 0x55, sizeof(result));
+  untouched = result;
+  const int status = approxidate_at(text.c_str(), &result, clock);
+  HOLDS(status == 0 || status == -1);
+  HOLDS(approxidate_at(text.c_str(), nullptr, clock) == status);
+  if (status == -1) {
+    HOLDS(std::memcmp(&result, &untouched, sizeof(result)) == 0);
+    return;
+  }
+  tm fields = result, same{};
+  const time_t instant = ::timegm(&fields);
+  HOLDS(::gmtime_r(&instant, &same) != nullptr);
+  HOLDS(same.tm_sec == result.tm_sec && same.tm_min == result.tm_min && same.tm_hour == result.tm_hour);
+  HOLDS(same.tm_mday == result.tm_mday && same.tm_mon == result.tm_mon && same.tm_year == result.tm_year);
+  timeval strict{};
+  if (parse_date_at(text.c_str(), &strict, nullptr, clock) == 0) HOLDS(strict.tv_sec == instant);
+  HOLDS(convert_last_modified_to_rfc3339(text).size() >= 24);  // by the machine's clock, so no more is known
+}
