@@ -1,5 +1,6 @@
-# `cpack` makes two packages of what is installed: a .tar.gz that may be unpacked anywhere, and a .deb, which wants a
-# build that was configured with CMAKE_INSTALL_PREFIX=/usr (scripts/checks/package does all of it).
+# `cpack` makes a package of what is installed: a .deb from a build that was configured with CMAKE_INSTALL_PREFIX=/usr,
+# for then files go where Debian wants them; else a .tar.gz that may be unpacked anywhere, on any distribution.
+# scripts/checks/package makes both.
 
 set(CPACK_PACKAGE_VENDOR "the localdisk developers")
 set(CPACK_PACKAGE_CONTACT "the localdisk developers <maintainers@localdisk.example>")
@@ -11,6 +12,7 @@ utility library, the headers and the CMake package that a client is built
 with, the reference client localdisk-host, and localdisk-check, which judges
 any module that keeps the same contract.")
 set(CPACK_GENERATOR TGZ)
+set(CPACK_PACKAGE_FILE_NAME "localdisk-${PROJECT_VERSION}-${CMAKE_SYSTEM_NAME}-${CMAKE_SYSTEM_PROCESSOR}")
 set(CPACK_STRIP_FILES ON)
 set(CPACK_VERBATIM_VARIABLES ON)
 set(CPACK_MONOLITHIC_INSTALL ON)
@@ -18,7 +20,7 @@ set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXE
                                                 WORLD_READ WORLD_EXECUTE)
 
 if(CMAKE_INSTALL_PREFIX STREQUAL "/usr")
-  list(APPEND CPACK_GENERATOR DEB)
+  set(CPACK_GENERATOR DEB)
   set(CPACK_DEBIAN_PACKAGE_RELEASE 1)
   set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
   set(CPACK_DEBIAN_PACKAGE_SECTION libdevel)
