@@ -31,7 +31,7 @@ int remove(Drive& drive, const std::string& path, bool recursive);
 
 struct MountOptions {
   std::string root, mount_point;  // absolute
-  std::filesystem::path cache;    // the folder in which the cache gets a folder of its own
+  std::filesystem::path cache;    // the folder in which the cache gets one of its own; for temporary files if empty
   bool read_only = false, foreground = false;
 };
 int mount(Drive& drive, const MountOptions& options);
