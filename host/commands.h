@@ -53,7 +53,7 @@ int show_setting(const Module& module, const Setting& setting);
 
 struct MountOptions {
   std::string root, mount_point;  // absolute
-  std::filesystem::path cache;    // the folder in which the cache gets a folder of its own
+  std::filesystem::path cache;    // the folder in which the cache gets one of its own; for temporary files if empty
   bool read_only = false, foreground = false;
 };
 int mount(Drive& drive, const MountOptions& options);

@@ -3,7 +3,6 @@
 #include <CLI/CLI.hpp>
 #include <array>
 #include <cstdio>
-#include <filesystem>
 #include <functional>
 
 #include "host/commands.h"
@@ -29,8 +28,7 @@ using Command = std::function<int(const host::Module&, host::Drive&)>;
 
 // What the arguments say: filled by the parser, read by the command that was chosen.
 struct Arguments {
-  std::string module, path, target, folder, text, root = "/", mount_root = ".";
-  std::string cache = std::filesystem::temp_directory_path().string();
+  std::string module, path, target, folder, text, cache, root = "/", mount_root = ".";
   bool verbose = false, json = false, recursive = false, parents = false;
   bool read_only = false, foreground = false;
   long long offset = 0;
@@ -141,8 +139,9 @@ void add_mount_command(CLI::App& app, Arguments& a) {
       });
   mount.add_option("MOUNTPOINT", a.path, "the empty folder at which it appears; not in the mounted one")->required();
   mount.add_option("--root", a.mount_root, "the folder to mount; the current one where left out");
-  mount.add_option("--cache", a.cache, "where files are kept that are written and not yet uploaded")
-      ->capture_default_str();
+  mount.add_option(
+      "--cache", a.cache,
+      "where files are kept that are written and not yet uploaded; the folder for temporary files where left out");
   mount.add_flag("--read-only", a.read_only, "nothing can be changed");
   mount.add_flag("--foreground", a.foreground, "stay until Ctrl-C, and print what goes wrong");
   mount.footer(

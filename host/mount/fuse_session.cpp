@@ -306,14 +306,14 @@ void FuseSession::detach() {
   if (::fuse_daemonize(/*foreground=*/0) != 0) throw CommandError("can't go to the background");
 }
 
-void FuseSession::serve() {
+bool FuseSession::serve() {
   fuse_session* const session = ::fuse_get_session(fuse_);
   if (::fuse_set_signal_handlers(session) != 0) throw CommandError("can't handle signals");
   const std::unique_ptr<fuse_loop_config, ConfigReleaser> config(::fuse_loop_cfg_create());
   ::fuse_loop_cfg_set_max_threads(config.get(), most_threads);
   const int result = ::fuse_loop_mt(fuse_, config.get());
   ::fuse_remove_signal_handlers(session);
-  if (result < 0) throw CommandError("libfuse stopped serving");
+  return result >= 0;
 }
 
 }  // namespace host

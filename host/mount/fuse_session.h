@@ -21,8 +21,8 @@ class FuseSession {
   // Goes on in the background.
   void detach();
   // Answers until the drive is unmounted or SIGINT, SIGTERM or SIGHUP asks for the end. What programs do that
-  // began before is done then.
-  void serve();
+  // began before is done then. Answers false for an end that nobody asked for.
+  [[nodiscard]] bool serve();
 
  private:
   struct Served {

@@ -38,10 +38,14 @@ void expect_apart(const MountOptions& options) {
   if (lies_within(options.root, point)) {
     throw CommandError(fmt::format("the folder to mount, {}, lies in {}", options.root, point.string()));
   }
-  for (const fs::path& taken : {fs::path(options.root), point}) {
-    if (!lies_within(options.cache, taken)) continue;
-    throw CommandError(
-        fmt::format("the cache folder, {}, must not lie in {}", options.cache.string(), taken.string()));
+}
+
+// The drive must not show the cache, which is changed around the module.
+void expect_cache_apart(const fs::path& cache, const MountOptions& options) {
+  if (!fs::is_directory(cache)) throw CommandError(fmt::format("{} is not a folder", cache.string()));
+  for (const std::string& taken : {options.root, options.mount_point}) {
+    if (!lies_within(cache, taken)) continue;
+    throw CommandError(fmt::format("{} lies in {}: name another folder with --cache", cache.string(), taken));
   }
 }
 
@@ -57,23 +61,27 @@ int mount(Drive& drive, const MountOptions& options) {
     throw CommandError(fmt::format("{} is not a folder", options.root));
   }
   expect_apart(options);
+  const fs::path cache_parent = options.cache.empty() ? fs::temp_directory_path() : options.cache;
+  expect_cache_apart(cache_parent, options);
   Mapping mapping(drive, options.root);
-  CacheFolder cache(options.cache);
+  CacheFolder cache(cache_parent);
   OpenFiles files(mapping, cache);
   FuseSession session(mapping, files, options.mount_point, options.read_only);
   fmt::print("{} is mounted at {}{}; to unmount: {} {}\n", options.root, options.mount_point,
              options.read_only ? ", read-only" : "", unmount_command, options.mount_point);
-  fmt::print("what can't be written in the end is kept in {}\n", cache.rescue_folder().string());
+  if (!options.read_only) {
+    fmt::print("what can't be written in the end will be in {}\n", cache.rescue_folder().string());
+  }
   std::fflush(stdout);
   if (!options.foreground) session.detach();
-  session.serve();
+  const bool good = session.serve();
 
   const auto rescued = files.finish();
   for (const auto& file : rescued) {
     tell(options, fmt::format("{} could not be written, its content is kept in {}: {}", file.path, file.kept.string(),
                               file.reason));
   }
-  return rescued.empty() ? exit_done : exit_failed;
+  return good && rescued.empty() ? exit_done : exit_failed;
 }
 
 }  // namespace host
