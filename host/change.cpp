@@ -24,9 +24,7 @@ void print_counts(const CopyCounts& counts) {
 }
 
 // A link to a folder goes as the link that it is, never with what it leads to.
-bool is_real_folder(const _FS_FILE_V2& file) {
-  return file.type == FS_TYPE_DIRECTORY && !fs::is_symlink(file.path);
-}
+bool is_real_folder(const _FS_FILE_V2& file) { return file.type == FS_TYPE_DIRECTORY && !fs::is_symlink(file.path); }
 
 void remove_tree(Drive& drive, const _FS_FILE_V2& folder) {
   for (const _FS_FILE_V2& file : drive.list(folder.path))

@@ -51,6 +51,13 @@ int touch(const Module& module, Drive& drive, const std::string& path, const std
 int show_date(const Module& module, const std::string& text);
 int show_setting(const Module& module, const Setting& setting);
 
+struct MountOptions {
+  std::string root, mount_point;  // absolute
+  std::filesystem::path cache;    // the folder in which the cache gets one of its own; for temporary files if empty
+  bool read_only = false, foreground = false;
+};
+int mount(Drive& drive, const MountOptions& options);
+
 int demo(const Module& module, Drive& drive, const std::string& folder);
 
 }  // namespace host

@@ -33,9 +33,7 @@ std::string printable(std::string_view name) {
   return text;
 }
 
-void complain(std::string_view text) {
-  fmt::print(stderr, "localdisk-host: {}\n", text);
-}
+void complain(std::string_view text) { fmt::print(stderr, "localdisk-host: {}\n", text); }
 
 ProgressBar::ProgressBar(std::string label, long long total)
     : label_(std::move(label)), total_(total), terminal_(::isatty(STDERR_FILENO) == 1) {}

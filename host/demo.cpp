@@ -2,8 +2,10 @@
 #include <fmt/format.h>
 #include <stdlib.h>
 
+#include <algorithm>
 #include <chrono>
 #include <fstream>
+#include <iterator>
 #include <set>
 
 #include "host/commands.h"
@@ -37,15 +39,9 @@ class TemporaryFolder {
 };
 
 bool same_content(const fs::path& first, const fs::path& second) {
+  using Bytes = std::istreambuf_iterator<char>;
   std::ifstream a(first, std::ios::binary), b(second, std::ios::binary);
-  std::string one(FS_CHUNK_SIZE, '\0'), other(FS_CHUNK_SIZE, '\0');
-  while (a && b) {
-    a.read(one.data(), static_cast<std::streamsize>(one.size()));
-    b.read(other.data(), static_cast<std::streamsize>(other.size()));
-    const auto count = static_cast<std::size_t>(a.gcount());
-    if (a.gcount() != b.gcount() || one.compare(0, count, other, 0, count) != 0) return false;
-  }
-  return a.eof() && b.eof();
+  return a && b && std::equal(Bytes(a), Bytes(), Bytes(b), Bytes());
 }
 
 // Compares what was copied of `original` with `copy`, which may hold nothing else, and tells each difference.

@@ -170,9 +170,7 @@ std::optional<Quota> Drive::quota() {
   return quota;
 }
 
-int Drive::features() {
-  return object_->GetFeature();
-}
+int Drive::features() { return object_->GetFeature(); }
 
 std::vector<ToldValue> Drive::hand_over_credential() {
   manager_->told.clear();

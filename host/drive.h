@@ -46,13 +46,9 @@ struct Quota {
 };
 
 using Handle = std::shared_ptr<_FS_HANDLE>;
-inline Handle new_handle() {
-  return std::make_shared<_FS_HANDLE>();
-}
+inline Handle new_handle() { return std::make_shared<_FS_HANDLE>(); }
 // Asks the transfers of the handle to stop; safe in a signal handler and from any thread.
-inline void stop(_FS_HANDLE& handle) {
-  __atomic_store_n(&handle.state, FS_STATE_STOP, __ATOMIC_RELEASE);
-}
+inline void stop(_FS_HANDLE& handle) { __atomic_store_n(&handle.state, FS_STATE_STOP, __ATOMIC_RELEASE); }
 
 // What may go on at once is what the module allows: everything but set_option.
 class Drive {

@@ -28,8 +28,9 @@ using Command = std::function<int(const host::Module&, host::Drive&)>;
 
 // What the arguments say: filled by the parser, read by the command that was chosen.
 struct Arguments {
-  std::string module, path, target, folder, text, root = "/";
+  std::string module, path, target, folder, text, cache, root = "/", mount_root = ".";
   bool verbose = false, json = false, recursive = false, parents = false;
+  bool read_only = false, foreground = false;
   long long offset = 0;
   std::optional<long long> length;
   std::optional<std::string> accessed, modified;
@@ -131,6 +132,27 @@ void add_utility_commands(CLI::App& app, Arguments& a) {
                    "as a number; a key that is missing from a file that opens counts as 0");
 }
 
+void add_mount_command(CLI::App& app, Arguments& a) {
+  CLI::App& mount =
+      add(app, a, "mount", "Mount a folder as a drive, for any program to work on", [&](auto&, auto& drive) {
+        return host::mount(drive, {host_path(a.mount_root), host_path(a.path), a.cache, a.read_only, a.foreground});
+      });
+  mount.add_option("MOUNTPOINT", a.path, "the empty folder at which it appears; not in the mounted one")->required();
+  mount.add_option("--root", a.mount_root, "the folder to mount; the current one where left out");
+  mount.add_option(
+      "--cache", a.cache,
+      "where files are kept that are written and not yet uploaded; the folder for temporary files where left out");
+  mount.add_flag("--read-only", a.read_only, "nothing can be changed");
+  mount.add_flag("--foreground", a.foreground, "stay until Ctrl-C, and print what goes wrong");
+  mount.footer(
+      "A file is uploaded when it is closed or synchronised, beside the older one, whose place it then takes. The\n"
+      "protocol offers no links, modes, owners and extended attributes: making links fails, changing modes and "
+      "owners\n"
+      "has no effect, and a replaced file gets those of a new one. Links in the folder are followed; one that is\n"
+      "written to becomes a file, and removing a folder's content through a link removes what the link leads to.\n"
+      "To unmount: fusermount3 -u MOUNTPOINT, or umount MOUNTPOINT.");
+}
+
 int run(const Arguments& arguments) {
   ConsoleLog log;
   host::Module module(arguments.module);
@@ -156,6 +178,7 @@ int main(int argc, char** argv) {
   add_copying_commands(app, arguments);
   add_changing_commands(app, arguments);
   add_utility_commands(app, arguments);
+  add_mount_command(app, arguments);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {

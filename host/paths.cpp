@@ -15,9 +15,7 @@ std::string parent_of(const std::string& path) {
   return last == 0 ? "/" : path.substr(0, last);
 }
 
-std::string name_of(const std::string& path) {
-  return path.substr(path.rfind('/') + 1);
-}
+std::string name_of(const std::string& path) { return path.substr(path.rfind('/') + 1); }
 
 std::string below(const std::string& directory, const std::string& name) {
   return directory.back() == '/' ? directory + name : directory + "/" + name;

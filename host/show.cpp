@@ -16,9 +16,7 @@
 namespace host {
 namespace {
 
-const char* type_name(int type) {
-  return type == FS_TYPE_DIRECTORY ? "folder" : "file";
-}
+const char* type_name(int type) { return type == FS_TYPE_DIRECTORY ? "folder" : "file"; }
 
 std::string hex(const std::string& bytes) {
   const auto* const first = reinterpret_cast<const unsigned char*>(bytes.data());

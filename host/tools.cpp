@@ -16,9 +16,7 @@
 namespace host {
 namespace {
 
-std::string in_utc(time_t instant) {
-  return fmt::format("{:%Y-%m-%dT%H:%M:%S}Z", fmt::gmtime(instant));
-}
+std::string in_utc(time_t instant) { return fmt::format("{:%Y-%m-%dT%H:%M:%S}Z", fmt::gmtime(instant)); }
 
 // The instant that the user means, or the one that stands there already.
 time_t chosen_time(const Utilities& utilities, const std::optional<std::string>& text, time_t otherwise) {

@@ -8,19 +8,21 @@
 #include <deque>
 #include <string>
 
+// One entry. A record that the host passes is the host's; one that the module hands out lives for that call.
 struct _FS_FILE_V2 {
-  std::string path;  // full host path
-  int type = 0;      // FS_TYPE_FILE or FS_TYPE_DIRECTORY
-  long long size = 0;
-  std::string ctime;  // the three times are timestamp texts (common/time/rfc3339.h) that carry the local wall clock
-  std::string atime;
-  std::string mtime;
-  std::string name;                 // last component of the path
-  std::string extra1;               // the host's own; the module neither reads nor writes it
+  std::string path;    // full host path
+  int type = 0;        // FS_TYPE_FILE or FS_TYPE_DIRECTORY
+  long long size = 0;  // in bytes, as the file system tells it
+  std::string ctime;   // the three times are timestamp texts (common/time/rfc3339.h) that carry the local wall clock
+  std::string atime;   // of the last access; ctime is that of the last change of status
+  std::string mtime;   // of the last change of content
+  std::string name;    // last component of the path
+  std::string extra1;  // the host's own; the module neither reads nor writes it
   std::deque<std::string> parents;  // host paths of the parent; a listing stores the listed directory here
   std::string extra2;               // as extra1
 };
 
+// The values of _FS_FILE_V2::type; whatever is no directory counts as a file.
 inline constexpr int FS_TYPE_FILE = 1;
 inline constexpr int FS_TYPE_DIRECTORY = 2;
 

@@ -31,6 +31,7 @@ class IFileList {
   ~IFileList() = default;
 };
 
+// How much a line matters, on the host's scale.
 enum LOGLEVEL : int {
   LOGLEVEL_INFO = 2,  // the one level at which the module logs
 };

@@ -2,9 +2,11 @@
 
 #include <cstring>
 #include <ctime>
+#include <string>
 
 #include "localdisk/guard.h"
 #include "localdisk/local_disk.h"
+#include "localdisk/metadata.h"
 #include "localdisk/os_handles.h"
 
 namespace {
@@ -22,6 +24,40 @@ Described examine(int directory, const char* name, struct stat& status) {
   return Described::not_at_all;
 }
 
+// The record that the entries of one listing share. Every member is set anew for each of them, for the host may have
+// changed or emptied it; what stays is the memory that the texts hold, which a large listing would otherwise ask for
+// ten times an entry.
+class Record {
+ public:
+  explicit Record(const char* host_path) : prefix_(host_path), host_path_length_(prefix_.size()) {
+    localdisk::append_name(prefix_, {});
+  }
+
+  // The entry of this name; its times can't be told without a status.
+  _FS_FILE_V2* describe(const char* name, Described described, const struct stat& status) {
+    file_.name = name;
+    file_.path.assign(prefix_).append(file_.name);
+    file_.type = described == Described::by_target ? localdisk::type_of(status) : FS_TYPE_FILE;
+    if (described == Described::not_at_all) {
+      file_.size = 0;
+      for (std::string* text : {&file_.ctime, &file_.atime, &file_.mtime}) text->clear();
+    } else {
+      file_.size = status.st_size;
+      localdisk::FileTimes(status).put_into(file_);
+    }
+    file_.extra1.clear();
+    file_.extra2.clear();
+    file_.parents.resize(1);
+    file_.parents.front().assign(prefix_, 0, host_path_length_);
+    return &file_;
+  }
+
+ private:
+  std::string prefix_;  // of every path: the host path of the folder, which a divider follows or ends
+  std::size_t host_path_length_;
+  _FS_FILE_V2 file_;
+};
+
 }  // namespace
 
 int LocalDisk::GetFileList(const char* path, IFileList* list, char** /*message*/) {
@@ -29,23 +65,14 @@ int LocalDisk::GetFileList(const char* path, IFileList* list, char** /*message*/
   return localdisk::guarded(FS_ERR_OPERATION_FAILED, [&] {
     const localdisk::Directory directory(::opendir(GetPath(path).c_str()));
     if (!directory) return FS_ERR_NOT_FOUND;
-    const std::string host_path(path);
+    Record record(path);
     ::tzset();
     // A stream that fails ends like one that is through: what was reported stands.
     while (const dirent* entry = ::readdir(directory.get())) {
       if (is_self_or_parent(entry->d_name)) continue;
-      _FS_FILE_V2 record;
-      record.name = entry->d_name;
       struct stat status {};
       const Described described = examine(::dirfd(directory.get()), entry->d_name, status);
-      if (described == Described::not_at_all) {
-        record.path = JoinPath(host_path, record.name);
-      } else {
-        FillData(host_path, &status, &record);
-      }
-      if (described != Described::by_target) record.type = FS_TYPE_FILE;
-      record.parents.push_back(host_path);
-      list->AddFile(&record);
+      list->AddFile(record.describe(entry->d_name, described, status));
     }
     return FS_OK;
   });

@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "localdisk/guard.h"
+#include "localdisk/metadata.h"
 #include "localdisk/normalize_path.h"
 
 LocalDisk::LocalDisk(IProtocolManager* host_manager) : manager(host_manager), root_path("/"), divider('/') {
@@ -46,6 +47,6 @@ std::string LocalDisk::JoinPath(const std::string& directory, const std::string&
   std::string joined;
   joined.reserve(directory.size() + 1 + name.size());
   joined = directory;
-  if (joined.empty() || joined.back() != divider) joined += divider;
-  return joined += name;
+  localdisk::append_name(joined, name);
+  return joined;
 }

@@ -1,14 +1,32 @@
 #include "localdisk/metadata.h"
 
+#include <algorithm>
 #include <ctime>
 #include <utility>
 
-#include "common/time/rfc3339.h"
 #include "localdisk/guard.h"
 #include "localdisk/local_disk.h"
-#include "localdisk/normalize_path.h"
 
 namespace localdisk {
+
+namespace {
+
+TimestampText wall_clock(time_t instant) noexcept {
+  tm local{};
+  return ::localtime_r(&instant, &local) == nullptr ? TimestampText() : TimestampText(local);
+}
+
+// The plain form of what stands above a path in its plain form, as if "/.." had been put behind it: "/" above the
+// root, and nothing above a relative path of one component.
+std::string parent_of(const std::string& path) {
+  const std::size_t divider = path.rfind('/');
+  std::string parent;
+  parent.reserve(path.size() + 1);  // for the name that will be put behind it again
+  if (divider != std::string::npos) parent.assign(path, 0, std::max<std::size_t>(divider, 1));
+  return parent;
+}
+
+}  // namespace
 
 std::string_view last_component(std::string_view path) {
   const std::size_t last = path.find_last_not_of('/');
@@ -17,10 +35,26 @@ std::string_view last_component(std::string_view path) {
   return named.substr(named.rfind('/') + 1);  // from the start where there is no divider
 }
 
-std::string wall_clock_text(time_t instant) {
-  tm local{};
-  if (::localtime_r(&instant, &local) == nullptr) return {};
-  return TMToRFC3339(&local);
+FileTimes::FileTimes(const struct stat& status) noexcept
+    : ctime(wall_clock(status.st_ctime)), atime(wall_clock(status.st_atime)), mtime(wall_clock(status.st_mtime)) {}
+
+void FileTimes::put_into(_FS_FILE_V2& file) const {
+  file.ctime.reserve(ctime.view().size());
+  file.atime.reserve(atime.view().size());
+  file.mtime.reserve(mtime.view().size());
+  file.ctime = ctime.view();
+  file.atime = atime.view();
+  file.mtime = mtime.view();
+}
+
+int type_of(const struct stat& status) {
+  return S_ISDIR(status.st_mode) ? FS_TYPE_DIRECTORY : FS_TYPE_FILE;
+}
+
+void append_name(std::string& directory, std::string_view name) {
+  directory.reserve(directory.size() + 1 + name.size());
+  if (!directory.ends_with('/')) directory += '/';
+  directory += name;
 }
 
 bool is_file_or_directory(const struct stat& status) {
@@ -30,29 +64,23 @@ bool is_file_or_directory(const struct stat& status) {
 }  // namespace localdisk
 
 void LocalDisk::FillData(std::string directory, struct stat* status, _FS_FILE_V2* file) const {
-  std::string path = JoinPath(directory, file->name);
-  std::string ctime = localdisk::wall_clock_text(status->st_ctime);
-  std::string atime = localdisk::wall_clock_text(status->st_atime);
-  std::string mtime = localdisk::wall_clock_text(status->st_mtime);
-  // All that can fail is done: from here on the record changes, and changes whole.
-  file->type = S_ISDIR(status->st_mode) ? FS_TYPE_DIRECTORY : FS_TYPE_FILE;
-  file->path = std::move(path);
+  localdisk::append_name(directory, file->name);
+  localdisk::FileTimes(*status).put_into(*file);
+  // All that can fail is done.
+  file->type = localdisk::type_of(*status);
+  file->path = std::move(directory);
   file->size = status->st_size;
-  file->ctime = std::move(ctime);
-  file->atime = std::move(atime);
-  file->mtime = std::move(mtime);
 }
 
 int LocalDisk::GetFileInfo(const char* path, _FS_FILE_V2* file, char** /*message*/) {
   if (path == nullptr || file == nullptr) return FS_ERR_INVALID_ARG;
   return localdisk::guarded(FS_ERR_OPERATION_FAILED, [&] {
-    const std::string host_path(path);
     const std::string local = GetPath(path);
-    std::string parent = host_path == "/" ? "/" : localdisk::normalized(host_path + "/..");
     struct stat status {};
     if (::stat(local.c_str(), &status) != 0) return FS_ERR_NOT_FOUND;
 
-    std::string name(localdisk::last_component(host_path));
+    std::string parent = localdisk::parent_of(local);
+    std::string name(localdisk::last_component(path));
     file->name.swap(name);
     ::tzset();
     try {

@@ -6,14 +6,29 @@
 #include <string>
 #include <string_view>
 
+#include "common/time/timestamp_text.h"
+#include "localdisk/file_record.h"
+
 namespace localdisk {
 
 // The last component of a host path, trailing dividers aside; "/" for a path of dividers alone.
 std::string_view last_component(std::string_view path);
 
-// The timestamp text of the local wall clock at an instant, empty where the calendar record can't hold it.
-// The zone is the one that the last ::tzset saw, which an operation calls once before it describes entries.
-std::string wall_clock_text(time_t instant);
+// The timestamp texts of the local wall clock at the three times of an entry; empty where the calendar record can't
+// hold one. The zone is the one that the last ::tzset saw, which an operation calls once before it describes entries.
+struct FileTimes {
+  explicit FileTimes(const struct stat& status) noexcept;
+
+  // Writes the texts into the strings that the record has. Gets the memory for all of them before it changes one.
+  void put_into(_FS_FILE_V2& file) const;
+
+  TimestampText ctime, atime, mtime;
+};
+
+int type_of(const struct stat& status);
+
+// Makes `directory` the path of the entry `name` in it: with one divider between them, unless `directory` brings one.
+void append_name(std::string& directory, std::string_view name);
 
 // Whether the entry is one that the protocol moves, deletes and re-times: a regular file or a directory.
 bool is_file_or_directory(const struct stat& status);

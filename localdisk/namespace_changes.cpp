@@ -4,6 +4,8 @@
 #include <array>
 #include <cerrno>
 #include <cstdio>
+#include <string>
+#include <utility>
 
 #include "common/time/rfc3339.h"
 #include "localdisk/guard.h"
@@ -21,8 +23,9 @@ bool is_changeable(const char* local_path) {
 }
 
 // Plain concatenation: a directory that ends in a divider gives two.
-std::string below(const std::string& directory, const std::string& name) {
-  return directory + "/" + name;
+std::string below(std::string directory, const std::string& name) {
+  directory.reserve(directory.size() + 1 + name.size());
+  return std::move(directory.append("/").append(name));
 }
 
 }  // namespace

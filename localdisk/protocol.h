@@ -33,6 +33,7 @@ class LOCALDISK_EXPORT IRefObject {
   ~IRefObject() = default;
 };
 
+// The operations that every version of the table has.
 class LOCALDISK_EXPORT IProtocol_V1 : public IRefObject {
  public:
   // Text out: `*length` holds the capacity of `buffer` on entry and the length of the value on return. The
@@ -93,7 +94,7 @@ class LOCALDISK_EXPORT IProtocol_V1 : public IRefObject {
   virtual int SetOpt(const char* key, const char* value) = 0;
   // Hands the option pid to the host's manager. The credential itself is always empty: `*length` becomes 0.
   virtual int GetCredential(char* buffer, int* length) = 0;
-  virtual int GetFeature() = 0;
+  virtual int GetFeature() = 0;  // a mask: bit 6 alone
   // Releases a message; null is fine.
   virtual void FreeMsg(char* message) = 0;
 
@@ -102,6 +103,7 @@ class LOCALDISK_EXPORT IProtocol_V1 : public IRefObject {
   ~IProtocol_V1() = default;
 };
 
+// The whole table: what GetProtocol hands out.
 class LOCALDISK_EXPORT IProtocol_V2 : public IProtocol_V1 {
  public:
   virtual int Connect(IProtocolAuth* auth, const char* text) = 0;             // nothing to do

@@ -18,6 +18,7 @@ extern LOCALDISK_EXPORT std::mutex ll;
 // Binds `log` in the place of whatever was bound. Null is refused: the answer is false and the binding stays.
 LOCALDISK_EXPORT bool BindLogger(ILog* log);
 
+// Takes the binding back; nothing is logged from here on.
 LOCALDISK_EXPORT void UnbindLogger();
 
 }  // extern "C"

@@ -45,8 +45,7 @@ class CharacterSet {
 };
 
 template <class String>
-std::vector<String> runs_outside(const String& text, const String& delimiters,
-                                 const Transform<String>& transform) {
+std::vector<String> runs_outside(const String& text, const String& delimiters, const Transform<String>& transform) {
   const CharacterSet set(delimiters);
   const auto is_delimiter = [&set](auto c) { return set.contains(c); };
   const auto position = [&text](auto at) { return static_cast<std::size_t>(at - text.begin()); };
@@ -64,6 +63,7 @@ template <class Char>
 std::vector<std::basic_string<Char>> pieces_ended_by(const std::basic_string<Char>& text, Char delimiter,
                                                      const Transform<std::basic_string<Char>>& transform) {
   std::vector<std::basic_string<Char>> pieces;
+  pieces.reserve(static_cast<std::size_t>(std::count(text.begin(), text.end(), delimiter)) + 1);
   for (std::size_t start = 0; start < text.size();) {
     const std::size_t end = std::min(text.find(delimiter, start), text.size());
     store(pieces, text, start, end, transform);
@@ -73,13 +73,16 @@ std::vector<std::basic_string<Char>> pieces_ended_by(const std::basic_string<Cha
 }
 
 template <class String>
-std::vector<String> pieces_between(const String& text, const String& delimiter,
-                                   const Transform<String>& transform) {
+std::vector<String> pieces_between(const String& text, const String& delimiter, const Transform<String>& transform) {
   std::vector<String> pieces;
   std::size_t start = 0;
   if (!delimiter.empty()) {
     const Searcher searcher(delimiter);
-    for (std::size_t found = 0; (found = searcher.find(text, start)) != String::npos;) {
+    std::size_t found = searcher.find(text, 0);
+    std::size_t count = 1;
+    for (std::size_t at = found; at != String::npos; at = searcher.find(text, at + delimiter.size())) ++count;
+    pieces.reserve(count);
+    for (; found != String::npos; found = searcher.find(text, start)) {
       store(pieces, text, start, found, transform);
       start = found + delimiter.size();
     }

@@ -26,9 +26,9 @@ struct Reading {
   int number = 0;  // a count whose meaning is still open
 };
 
-// Completes the date with what `now` has, moves it back and gives the instant. A month without a year is the
-// latest one of that name. A year that no record can hold leaves the date as it was.
-time_t update_atm(atm& date, const atm& now, std::int64_t seconds_back) noexcept {
+// Completes the date with what `now` has, and gives its instant. A month without a year is the latest one of that
+// name.
+time_t complete(atm& date, const atm& now) noexcept {
   if (date.tm_mday < 0) date.tm_mday = now.tm_mday;
   if (date.tm_mon < 0) date.tm_mon = now.tm_mon;
   if (date.tm_year < 0) {
@@ -36,9 +36,14 @@ time_t update_atm(atm& date, const atm& now, std::int64_t seconds_back) noexcept
     date.tm_year = saturate(std::int64_t{now.tm_year} - (still_to_come ? 1 : 0));
   }
   tm local = to_tm(date);
-  const time_t instant = ::mktime(&local) - seconds_back;
+  return ::mktime(&local);
+}
+
+// Completes the date and moves it back. A year that no record can hold leaves it complete but where it was.
+void update_atm(atm& date, const atm& now, std::int64_t seconds_back) noexcept {
+  const time_t instant = complete(date, now) - seconds_back;
+  tm local{};
   if (::localtime_r(&instant, &local) != nullptr) date = to_atm(local);
-  return instant;
 }
 
 // Gives a count that nothing has claimed to the first of day, month and year that is missing and may have
@@ -130,12 +135,14 @@ constexpr auto units = std::to_array<Unit>({
 });
 
 bool matches_in_full(const char* at, const char* word) noexcept {
+  if (!begins_like(at, word)) return false;
   const int length = match_word(at, word);
   return length > 0 && word[length] == '\0';
 }
 
 // In full, or without the "s" of the plural.
 bool matches_unit(const char* at, const char* word) noexcept {
+  if (!begins_like(at, word)) return false;
   const int length = match_word(at, word);
   return length > 0 && (word[length] == '\0' || word[length + 1] == '\0');
 }
@@ -216,8 +223,7 @@ bool take_years(const char* at, Reading& reading) noexcept {
 bool take_word(const char* at, Reading& reading) {
   if (take_month(at, reading) || take_special(at, reading)) return true;
   if (reading.number == 0) return take_count(at, reading);
-  return take_unit(at, reading) || take_weekday(at, reading) || take_months(at, reading) ||
-         take_years(at, reading);
+  return take_unit(at, reading) || take_weekday(at, reading) || take_months(at, reading) || take_years(at, reading);
 }
 
 const char* take_number(const char* at, Reading& reading, const Clock& clock) noexcept {
@@ -255,6 +261,7 @@ std::optional<time_t> read_relative(const char* text, const Clock& clock) {
   const timeval instant = clock.now();
   const time_t seconds = instant.tv_sec;
   tm local{};
+  ::tzset();
   if (::localtime_r(&seconds, &local) == nullptr) return std::nullopt;
   Reading reading{.date = to_atm(local), .now = to_atm(local)};
   reading.date.tm_mday = -1;
@@ -262,7 +269,7 @@ std::optional<time_t> read_relative(const char* text, const Clock& clock) {
   reading.date.tm_year = -1;
   reading.date.tm_usec = instant.tv_usec;
   if (!read_text(text, reading, clock)) return std::nullopt;
-  return update_atm(reading.date, reading.now, 0);
+  return complete(reading.date, reading.now);
 }
 
 }  // namespace
@@ -325,9 +332,8 @@ std::string convert_last_modified_to_rfc3339(std::string text) {
   if (approxidate(text.c_str(), &utc) != 0) return {};
   const auto field = [](int value) { return static_cast<unsigned short>(value); };
   std::array<char, 32> buffer;
-  const int length =
-      std::snprintf(buffer.data(), buffer.size(), "%04hu-%02hu-%02huT%02hu:%02hu:%02hu.%03huZ",
-                    field(saturate(utc.tm_year + 1900L)), field(utc.tm_mon + 1), field(utc.tm_mday),
-                    field(utc.tm_hour), field(utc.tm_min), field(utc.tm_sec), field(0));
+  const int length = std::snprintf(buffer.data(), buffer.size(), "%04hu-%02hu-%02huT%02hu:%02hu:%02hu.%03huZ",
+                                   field(saturate(utc.tm_year + 1900L)), field(utc.tm_mon + 1), field(utc.tm_mday),
+                                   field(utc.tm_hour), field(utc.tm_min), field(utc.tm_sec), field(0));
   return {buffer.data(), std::min(static_cast<std::size_t>(length), buffer.size() - 1)};
 }

@@ -6,6 +6,7 @@
 
 #include <optional>
 
+// A clock that goes or stands still.
 class Clock {
  public:
   // Shows the machine's current time.
@@ -14,6 +15,7 @@ class Clock {
   // Stands still at `instant` (seconds and microseconds since 1970-01-01 00:00:00 UTC).
   constexpr explicit Clock(timeval instant) noexcept : standing_(instant) {}
 
+  // What it shows.
   [[nodiscard]] timeval now() const noexcept;
 
  private:

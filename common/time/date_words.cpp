@@ -63,7 +63,7 @@ constexpr bool same_letter(char a, char b) noexcept {
 WordMatch match_name(const char* input, std::span<const char* const> names) noexcept {
   int value = 0;
   for (const char* name : names) {
-    const int length = match_word(input, name);
+    const int length = begins_like(input, name) ? match_word(input, name) : 0;
     if (length >= shortest_abbreviation) return {.value = value, .length = length};
     ++value;
   }
@@ -92,6 +92,7 @@ WordMatch match_weekday(const char* input) noexcept {
 
 WordMatch match_zone(const char* input) noexcept {
   for (const Zone& zone : zones) {
+    if (!begins_like(input, zone.name)) continue;
     const int length = match_word(input, zone.name);
     const bool in_full = length > 0 && zone.name[length] == '\0';
     if (!in_full && length < shortest_abbreviation) continue;

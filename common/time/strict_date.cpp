@@ -203,6 +203,7 @@ int parse_date_at(const char* text, timeval* result, int* offset, const Clock& c
   const time_t as_utc = tm_to_time_t(&reading.date);
   instant.tv_sec = as_utc;
   instant.tv_usec = static_cast<decltype(instant.tv_usec)>(reading.date.tm_usec);
+  if (as_utc == -1 && offset == nullptr) return -1;  // spares a look at the machine's zone that nobody would notice
   east = reading.offset == no_offset ? local_offset(reading.date, as_utc) : reading.offset;
   if (as_utc == -1) return -1;
   if (!reading.from_epoch) instant.tv_sec -= time_t{east} * 60;

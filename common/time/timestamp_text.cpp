@@ -1,0 +1,39 @@
+#include "common/time/timestamp_text.h"
+
+#include <cstdio>
+
+namespace {
+
+bool has_two_digits(long value) noexcept {
+  return value >= 0 && value <= 99;
+}
+
+void put_two_digits(long value, char* out) noexcept {
+  out[0] = static_cast<char>('0' + value / 10);
+  out[1] = static_cast<char>('0' + value % 10);
+}
+
+}  // namespace
+
+// Fields in their usual ranges are written by hand, in a tenth of the time that the formatter takes; a listing writes
+// three texts an entry. All others are left to the formatter, which knows signs and widths.
+TimestampText::TimestampText(const tm& t) noexcept {
+  const long year = t.tm_year + 1900L;
+  const long month = t.tm_mon + 1L;
+  if (year >= 0 && year <= 9999 && has_two_digits(month) && has_two_digits(t.tm_mday) && has_two_digits(t.tm_hour) &&
+      has_two_digits(t.tm_min) && has_two_digits(t.tm_sec)) {
+    constexpr std::string_view form = "0000-00-00T00:00:00.000Z";
+    form.copy(text_.data(), form.size());
+    length_ = form.size();
+    put_two_digits(year / 100, &text_[0]);
+    put_two_digits(year % 100, &text_[2]);
+    put_two_digits(month, &text_[5]);
+    put_two_digits(t.tm_mday, &text_[8]);
+    put_two_digits(t.tm_hour, &text_[11]);
+    put_two_digits(t.tm_min, &text_[14]);
+    put_two_digits(t.tm_sec, &text_[17]);
+    return;
+  }
+  length_ = static_cast<std::size_t>(std::snprintf(text_.data(), text_.size(), "%04ld-%02ld-%02dT%02d:%02d:%02d.000Z",
+                                                   year, month, t.tm_mday, t.tm_hour, t.tm_min, t.tm_sec));
+}

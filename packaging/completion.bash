@@ -1,0 +1,36 @@
+# Completion for localdisk-host and localdisk-check. The words come from the program's own help, so that there is
+# nothing here to forget; what is neither an option nor a command is a file.
+
+_localdisk() {
+  local program=${COMP_WORDS[0]} word=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]}
+  local command='' words index
+  COMPREPLY=()
+  case $previous in
+    --match | --offset | --length | --accessed | --modified | --default | --filter | --seconds) return ;;
+  esac
+
+  # The first word that is no option and no option's file.
+  for ((index = 1; index < COMP_CWORD; index++)); do
+    case ${COMP_WORDS[index]} in
+      --module) ((index++)) ;;
+      -*) ;;
+      *)
+        command=${COMP_WORDS[index]}
+        break
+        ;;
+    esac
+  done
+
+  if [[ $word == -* ]]; then
+    words=$("$program" ${command:+"$command"} --help 2>/dev/null | grep -oE -e '(^|[ ,])--?[a-z][a-z-]*')
+  elif [[ -z $command && $previous != --module && ${program##*/} == localdisk-host ]]; then
+    words=$("$program" --help 2>/dev/null | sed -n '/^Subcommands:/,/^[^ ]*$/s/^  \([a-z]*\) .*/\1/p')
+  else
+    mapfile -t COMPREPLY < <(compgen -f -- "$word")
+    compopt -o filenames 2>/dev/null
+    return
+  fi
+  mapfile -t COMPREPLY < <(compgen -W "${words//,/ }" -- "$word")
+}
+
+complete -F _localdisk localdisk-host localdisk-check
