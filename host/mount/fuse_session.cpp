@@ -9,7 +9,6 @@
 #include <array>
 #include <cerrno>
 #include <memory>
-#include <regex>
 #include <string_view>
 
 #include "host/commands.h"
@@ -216,8 +215,12 @@ int on_rmdir(const char* path) {
 // libfuse gives an open file such a name beside its own instead of removing it, and removes that after the last
 // close. Here the file goes at once. By our count it may be closed already: ours is down a moment earlier.
 bool stands_for_removal(const std::string& from, const std::string& to) {
-  static const std::regex hidden(R"(\.fuse_hidden[0-9a-f]{16})");
-  return parent_of(from) == parent_of(to) && std::regex_match(name_of(to), hidden);
+  constexpr std::string_view prefix = ".fuse_hidden";
+  constexpr std::size_t digits = 16;
+  const std::string name = name_of(to);
+  return parent_of(from) == parent_of(to) && name.size() == prefix.size() + digits &&
+         name.compare(0, prefix.size(), prefix) == 0 &&
+         name.find_first_not_of("0123456789abcdef", prefix.size()) == std::string::npos;
 }
 
 int on_rename(const char* from, const char* to, unsigned flags) {
