@@ -13,7 +13,7 @@
 #include <stdexcept>
 
 #include "plugin/entry_points.h"
-#include "tests/support/temporary_folder.h"
+#include "host/check/support/temporary_folder.h"
 
 namespace {
 

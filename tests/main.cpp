@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "tests/support/locale_of_the_process.h"
+#include "host/check/support/locale_of_the_process.h"
 
 int main(int argc, char** argv) {
   set_locale_of_the_process();

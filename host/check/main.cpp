@@ -2,7 +2,7 @@
 #include <filesystem>
 
 #include "host/check/harness.h"
-#include "tests/support/locale_of_the_process.h"
+#include "host/check/support/locale_of_the_process.h"
 
 int main(int argc, char** argv) {
   harness::Options options;

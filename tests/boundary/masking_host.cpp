@@ -8,7 +8,7 @@
 #include <cstring>
 #include <string>
 
-#include "tests/boundary/host_side.h"
+#include "host/check/host_side.h"
 
 #define HOST_EXPORT __attribute__((visibility("default"), used))
 

@@ -10,8 +10,8 @@
 #include <system_error>
 #include <tuple>
 
-#include "tests/support/scoped_environment.h"
-#include "tests/support/temporary_folder.h"
+#include "host/check/support/scoped_environment.h"
+#include "host/check/support/temporary_folder.h"
 
 namespace {
 

@@ -25,8 +25,8 @@
 #include "common/time/rfc3339.h"
 #include "common/time/strict_date.h"
 #include "localdisk/normalize_path.h"
-#include "tests/support/small_stack.h"
-#include "tests/support/temporary_folder.h"
+#include "host/check/support/small_stack.h"
+#include "host/check/support/temporary_folder.h"
 
 namespace {
 

@@ -25,9 +25,9 @@
 #include "common/time/rfc3339.h"
 #include "common/time/server_clock.h"
 #include "localdisk/normalize_path.h"
-#include "tests/support/scoped_environment.h"
-#include "tests/support/shortage.h"
-#include "tests/support/temporary_folder.h"
+#include "host/check/support/scoped_environment.h"
+#include "host/check/support/shortage.h"
+#include "host/check/support/temporary_folder.h"
 
 namespace {
 

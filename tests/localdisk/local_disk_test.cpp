@@ -6,7 +6,7 @@
 #include <tuple>
 
 #include "plugin/logger.h"
-#include "tests/support/scoped_environment.h"
+#include "host/check/support/scoped_environment.h"
 
 namespace {
 

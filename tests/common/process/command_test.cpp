@@ -12,7 +12,7 @@
 #include <string>
 
 #include "tests/common/process/inheritable_descriptors.h"
-#include "tests/support/temporary_folder.h"
+#include "host/check/support/temporary_folder.h"
 
 namespace {
 

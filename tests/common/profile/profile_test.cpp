@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "tests/common/process/inheritable_descriptors.h"
-#include "tests/support/temporary_folder.h"
+#include "host/check/support/temporary_folder.h"
 
 namespace {
 

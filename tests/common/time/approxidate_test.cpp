@@ -8,7 +8,7 @@
 #include <string>
 
 #include "tests/common/time/instants.h"
-#include "tests/support/scoped_environment.h"
+#include "host/check/support/scoped_environment.h"
 
 namespace {
 

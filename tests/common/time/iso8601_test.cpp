@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "tests/common/time/instants.h"
-#include "tests/support/scoped_environment.h"
+#include "host/check/support/scoped_environment.h"
 
 TEST(Iso8601, HonoursTheZoneOfTheText) {
   const ScopedZone zone(kNewYork);  // must not matter

@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "tests/common/time/instants.h"
-#include "tests/support/scoped_environment.h"
+#include "host/check/support/scoped_environment.h"
 
 namespace {
 

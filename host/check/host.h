@@ -12,9 +12,9 @@
 #include <vector>
 
 #include "host/check/harness.h"
-#include "tests/boundary/host_side.h"
-#include "tests/support/scoped_environment.h"
-#include "tests/support/temporary_folder.h"
+#include "host/check/host_side.h"
+#include "host/check/support/scoped_environment.h"
+#include "host/check/support/temporary_folder.h"
 
 constexpr long long kChunk = 524288;
 

@@ -1,4 +1,4 @@
-#include "tests/boundary/host.h"
+#include "host/check/host.h"
 
 #include <dirent.h>
 #include <fmt/ranges.h>

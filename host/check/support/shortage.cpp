@@ -1,4 +1,4 @@
-#include "tests/support/shortage.h"
+#include "host/check/support/shortage.h"
 
 #include <dlfcn.h>
 

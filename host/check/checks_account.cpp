@@ -2,7 +2,7 @@
 #include <sys/vfs.h>
 #include <unistd.h>
 
-#include "tests/boundary/host.h"
+#include "host/check/host.h"
 
 namespace {
 

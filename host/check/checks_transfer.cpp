@@ -6,7 +6,7 @@
 
 #include <filesystem>
 
-#include "tests/boundary/host.h"
+#include "host/check/host.h"
 
 namespace fs = std::filesystem;
 

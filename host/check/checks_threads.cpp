@@ -4,7 +4,7 @@
 #include <random>
 #include <thread>
 
-#include "tests/boundary/host.h"
+#include "host/check/host.h"
 
 namespace fs = std::filesystem;
 

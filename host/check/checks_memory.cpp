@@ -3,8 +3,8 @@
 #include <cstring>
 #include <filesystem>
 
-#include "tests/boundary/host.h"
-#include "tests/support/shortage.h"
+#include "host/check/host.h"
+#include "host/check/support/shortage.h"
 
 namespace fs = std::filesystem;
 

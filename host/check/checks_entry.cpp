@@ -5,7 +5,7 @@
 #include <mutex>
 #include <typeinfo>
 
-#include "tests/boundary/host.h"
+#include "host/check/host.h"
 
 BOUNDARY_CHECK(exports, "entry.exports", "Every name that the contract lists is exported") {
   for (const char* name : {

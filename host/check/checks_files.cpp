@@ -5,7 +5,7 @@
 #include <cerrno>
 #include <filesystem>
 
-#include "tests/boundary/host.h"
+#include "host/check/host.h"
 
 namespace fs = std::filesystem;
 

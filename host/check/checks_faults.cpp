@@ -19,8 +19,8 @@
 #include <filesystem>
 #include <limits>
 
-#include "tests/boundary/host.h"
-#include "tests/support/small_stack.h"
+#include "host/check/host.h"
+#include "host/check/support/small_stack.h"
 
 namespace fs = std::filesystem;
 
