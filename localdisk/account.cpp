@@ -37,21 +37,15 @@ std::string user_information() {
 
 }  // namespace
 
-int LocalDisk::GetAuthType() {
-  return 0;
-}
-int LocalDisk::GetAuthFields(char* /*buffer*/, int* /*length*/) {
-  return FS_ERR_NOT_SUPPORTED;
-}
+int LocalDisk::GetAuthType() { return 0; }
+int LocalDisk::GetAuthFields(char* /*buffer*/, int* /*length*/) { return FS_ERR_NOT_SUPPORTED; }
 
 int LocalDisk::GetUserInfo(char* buffer, int* length) {
   if (length == nullptr) return FS_ERR_INVALID_ARG;
   return localdisk::guarded(FS_ERR_OPERATION_FAILED, [&] { return text_out(user_information(), buffer, length); });
 }
 
-int LocalDisk::GetRootID(char* buffer, int* length) {
-  return text_out(root_path, buffer, length);
-}
+int LocalDisk::GetRootID(char* buffer, int* length) { return text_out(root_path, buffer, length); }
 
 int LocalDisk::GetQuota(unsigned long long* total, unsigned long long* used) {
   return localdisk::guarded(FS_ERR_OPERATION_FAILED, [&] {
@@ -90,24 +84,10 @@ int LocalDisk::GetFeature() {
   return feature_mask;
 }
 
-int LocalDisk::SetQuota(unsigned long long /*total*/, unsigned long long /*used*/) {
-  return FS_ERR_NOT_SUPPORTED;
-}
-int LocalDisk::GetChanges(IFileChanges* /*changes*/, char** /*message*/) {
-  return FS_ERR_NOT_SUPPORTED;
-}
-int LocalDisk::GetShareableLink(_FS_FILE_V2* /*file*/, std::string& /*link*/) {
-  return FS_ERR_NOT_SUPPORTED;
-}
-int LocalDisk::Connect(IProtocolAuth* /*auth*/, const char* /*text*/) {
-  return FS_OK;
-}
-int LocalDisk::GetIdentifier(char* /*buffer*/, int* /*length*/) {
-  return FS_OK;
-}
-int LocalDisk::SetLocalConfiguration(ILocalConfiguration* /*configuration*/) {
-  return 0;
-}
-int LocalDisk::SetChangesCallback(IFileChanges* /*changes*/) {
-  return 0;
-}
+int LocalDisk::SetQuota(unsigned long long /*total*/, unsigned long long /*used*/) { return FS_ERR_NOT_SUPPORTED; }
+int LocalDisk::GetChanges(IFileChanges* /*changes*/, char** /*message*/) { return FS_ERR_NOT_SUPPORTED; }
+int LocalDisk::GetShareableLink(_FS_FILE_V2* /*file*/, std::string& /*link*/) { return FS_ERR_NOT_SUPPORTED; }
+int LocalDisk::Connect(IProtocolAuth* /*auth*/, const char* /*text*/) { return FS_OK; }
+int LocalDisk::GetIdentifier(char* /*buffer*/, int* /*length*/) { return FS_OK; }
+int LocalDisk::SetLocalConfiguration(ILocalConfiguration* /*configuration*/) { return 0; }
+int LocalDisk::SetChangesCallback(IFileChanges* /*changes*/) { return 0; }

@@ -11,9 +11,7 @@
 
 namespace {
 
-bool is_self_or_parent(const char* name) {
-  return std::strcmp(name, ".") == 0 || std::strcmp(name, "..") == 0;
-}
+bool is_self_or_parent(const char* name) { return std::strcmp(name, ".") == 0 || std::strcmp(name, "..") == 0; }
 
 enum class Described { by_target, by_itself, not_at_all };
 

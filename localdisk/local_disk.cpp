@@ -20,9 +20,7 @@ LocalDisk::LocalDisk(IProtocolManager* host_manager) : manager(host_manager), ro
 
 LocalDisk::~LocalDisk() = default;
 
-void LocalDisk::Release() {
-  delete this;
-}
+void LocalDisk::Release() { delete this; }
 
 int LocalDisk::SetOpt(const char* key, const char* value) {
   if (key == nullptr || value == nullptr) return FS_ERR_INVALID_ARG;
@@ -33,9 +31,7 @@ int LocalDisk::SetOpt(const char* key, const char* value) {
   });
 }
 
-void LocalDisk::FreeMsg(char* message) {
-  std::free(message);
-}
+void LocalDisk::FreeMsg(char* message) { std::free(message); }
 
 std::string LocalDisk::GetPath(const char* path) const {
   std::string local = localdisk::normalized(path);

@@ -47,9 +47,7 @@ void FileTimes::put_into(_FS_FILE_V2& file) const {
   file.mtime = mtime.view();
 }
 
-int type_of(const struct stat& status) {
-  return S_ISDIR(status.st_mode) ? FS_TYPE_DIRECTORY : FS_TYPE_FILE;
-}
+int type_of(const struct stat& status) { return S_ISDIR(status.st_mode) ? FS_TYPE_DIRECTORY : FS_TYPE_FILE; }
 
 void append_name(std::string& directory, std::string_view name) {
   directory.reserve(directory.size() + 1 + name.size());
@@ -57,9 +55,7 @@ void append_name(std::string& directory, std::string_view name) {
   directory += name;
 }
 
-bool is_file_or_directory(const struct stat& status) {
-  return S_ISREG(status.st_mode) || S_ISDIR(status.st_mode);
-}
+bool is_file_or_directory(const struct stat& status) { return S_ISREG(status.st_mode) || S_ISDIR(status.st_mode); }
 
 }  // namespace localdisk
 

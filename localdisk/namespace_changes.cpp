@@ -77,9 +77,7 @@ int LocalDisk::Delete(_FS_FILE_V2* file, char** /*message*/) {
   });
 }
 
-int LocalDisk::DeleteDirectory(_FS_FILE_V2* file, char** message) {
-  return Delete(file, message);
-}
+int LocalDisk::DeleteDirectory(_FS_FILE_V2* file, char** message) { return Delete(file, message); }
 
 int LocalDisk::SetFileTime(const char* path, std::string /*creation_time*/, std::string access_time,
                            std::string modification_time, _FS_FILE_V2* /*file*/, char** /*message*/) {

@@ -8,9 +8,7 @@ namespace {
 
 // While components are kept, each has its divider before it: a relative path needs one byte more than it
 // holds.
-constexpr std::size_t room_for(std::size_t length) {
-  return length + 1;
-}
+constexpr std::size_t room_for(std::size_t length) { return length + 1; }
 
 // Writes the plain form of `path` into `out`, which has room_for(path.size()) bytes, and answers its length.
 std::size_t normalize(std::string_view path, char* out) {

@@ -21,16 +21,8 @@ void GetSupportProtocol(char** name) {
   if (name != nullptr) *name = ::strdup(LocalDisk::type_name);
 }
 
-void FreeP(void* p) {
-  std::free(p);
-}
+void FreeP(void* p) { std::free(p); }
 
-int GetAuthType() {
-  return LocalDisk::GetAuthType();
-}
-int GetAuthFields(char* buffer, int* length) {
-  return LocalDisk::GetAuthFields(buffer, length);
-}
-int GetOptFields(char* buffer, int* length) {
-  return LocalDisk::GetAuthFields(buffer, length);
-}
+int GetAuthType() { return LocalDisk::GetAuthType(); }
+int GetAuthFields(char* buffer, int* length) { return LocalDisk::GetAuthFields(buffer, length); }
+int GetOptFields(char* buffer, int* length) { return LocalDisk::GetAuthFields(buffer, length); }

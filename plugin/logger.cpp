@@ -24,17 +24,11 @@ bool bind(ILog* log) noexcept {
 
 }  // namespace
 
-bool BindLogger(ILog* log) {
-  return log != nullptr && bind(log);
-}
+bool BindLogger(ILog* log) { return log != nullptr && bind(log); }
 
-void UnbindLogger() {
-  bind(nullptr);
-}
+void UnbindLogger() { bind(nullptr); }
 
-ILog* bound_logger() noexcept {
-  return localdisk::load_shared(logger);
-}
+ILog* bound_logger() noexcept { return localdisk::load_shared(logger); }
 
 void __LOG__A(ILog* log, LOGLEVEL level, const char* format, ...) noexcept {
   if (log == nullptr) return;

@@ -5,9 +5,7 @@
 
 namespace {
 
-bool is_divider(char c) {
-  return c == '/' || c == '\\';
-}
+bool is_divider(char c) { return c == '/' || c == '\\'; }
 
 // Where the last component of the exact path [begin, end) is cut off, together with the divider before it.
 char* before_last_component(char* begin, char* end) {

@@ -2,9 +2,7 @@
 
 #include "common/process/executable_path.h"
 
-std::string GetCurrentPath() {
-  return directory_of(executable_path());
-}
+std::string GetCurrentPath() { return directory_of(executable_path()); }
 
 std::string directory_of(std::string path) {
   const auto divider = path.rfind('/');

@@ -29,7 +29,6 @@ std::string executable_path() {
 std::string link_text(const char* link) {
   Buffer text;
   const ssize_t length = ::readlink(link, text.data(), text.size());
-  if (length < 0 || static_cast<std::size_t>(length) > longest_path)
-    return {};  // a full buffer may hold a part
+  if (length < 0 || static_cast<std::size_t>(length) > longest_path) return {};  // a full buffer may hold a part
   return {text.data(), static_cast<std::size_t>(length)};
 }

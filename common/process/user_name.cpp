@@ -14,9 +14,7 @@ constexpr std::size_t largest_entry = std::size_t{1} << 20;
 
 }  // namespace
 
-std::string GetUserName() {
-  return login_name(::getuid());
-}
+std::string GetUserName() { return login_name(::getuid()); }
 
 std::string login_name(uid_t id, std::size_t first_size) {
   std::vector<char> texts(std::max<std::size_t>(first_size, 1));

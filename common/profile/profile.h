@@ -23,13 +23,12 @@
 // fit, `default_value` takes its place. If that doesn't fit either, the result is 0, and at most the NUL of
 // an empty value has been written: nothing is ever cut short. A null `destination` or a `size` of 0 or less
 // gives 0 at once.
-LOCALDISK_EXPORT unsigned int GetPrivateProfileString(std::string section, std::string key,
-                                                      std::string default_value, char* destination, int size,
-                                                      std::string file);
+LOCALDISK_EXPORT unsigned int GetPrivateProfileString(std::string section, std::string key, std::string default_value,
+                                                      char* destination, int size, std::string file);
 
 // The value of `key` in `section` of `file` as a decimal number: white space, a sign and digits are read, the
 // rest is ignored, and 0 is what no digits give. A negative number comes back as its two's complement; one
 // that is too large saturates at the ends of a long, of which the lower 32 bits are returned. `default_value`
 // is the answer only when the file can't be opened: an absent section or key gives 0.
-LOCALDISK_EXPORT unsigned int GetPrivateProfileInt(std::string section, std::string key,
-                                                   unsigned int default_value, std::string file);
+LOCALDISK_EXPORT unsigned int GetPrivateProfileInt(std::string section, std::string key, unsigned int default_value,
+                                                   std::string file);

@@ -5,9 +5,7 @@
 
 namespace {
 
-bool is_space(char c) {
-  return c == ' ' || (c >= '\t' && c <= '\r');
-}
+bool is_space(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
 
 }  // namespace
 
@@ -33,8 +31,7 @@ std::optional<Setting> setting_in(std::string_view line) {
 // Bytes from 0x80 on are parts of characters in UTF-8, and no locale changes their case.
 RequestedName::RequestedName(std::string_view name) : name_(name) {
   for (int byte = 0; byte < 256; ++byte) {
-    lower_case_[static_cast<unsigned char>(byte)] =
-        static_cast<char>(byte < 0x80 ? std::tolower(byte) : byte);
+    lower_case_[static_cast<unsigned char>(byte)] = static_cast<char>(byte < 0x80 ? std::tolower(byte) : byte);
   }
   for (char& c : name_) c = lower(c);
 }

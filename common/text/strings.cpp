@@ -54,9 +54,5 @@ std::string& trim(std::string& text) {
   return text;
 }
 
-bool ends_with(const std::string& text, const std::string& ending) {
-  return text.ends_with(ending);
-}
-bool ends_with(const std::wstring& text, const std::wstring& ending) {
-  return text.ends_with(ending);
-}
+bool ends_with(const std::string& text, const std::string& ending) { return text.ends_with(ending); }
+bool ends_with(const std::wstring& text, const std::wstring& ending) { return text.ends_with(ending); }

@@ -10,10 +10,8 @@
 // Replaces every occurrence of `searched` in `text` by `replacement`, leftmost first and without looking into
 // what was inserted, in time linear in the text and the result. An empty `searched` changes nothing. The
 // arguments may be one object; when memory runs out, `text` is as it was.
-LOCALDISK_EXPORT void replace_all(std::string& text, const std::string& searched,
-                                  const std::string& replacement);
-LOCALDISK_EXPORT void replace_all(std::wstring& text, const std::wstring& searched,
-                                  const std::wstring& replacement);
+LOCALDISK_EXPORT void replace_all(std::string& text, const std::string& searched, const std::string& replacement);
+LOCALDISK_EXPORT void replace_all(std::wstring& text, const std::wstring& searched, const std::wstring& replacement);
 
 // The items with `separator` between them. Throws std::out_of_range for an empty list.
 LOCALDISK_EXPORT std::string join(const std::vector<std::string>& items, std::string separator);

@@ -21,8 +21,7 @@
 // set the whole text, unless it is empty, is the one piece.
 LOCALDISK_EXPORT std::vector<std::string> split_delim(const std::string& text, const std::string& delimiters,
                                                       std::function<std::string(std::string&)> transform);
-LOCALDISK_EXPORT std::vector<std::wstring> split_delim(const std::wstring& text,
-                                                       const std::wstring& delimiters,
+LOCALDISK_EXPORT std::vector<std::wstring> split_delim(const std::wstring& text, const std::wstring& delimiters,
                                                        std::function<std::wstring(std::wstring&)> transform);
 
 // The pieces that `delimiter` ends, and what follows the last one if it is not empty: the lines of a file.

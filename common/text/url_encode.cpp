@@ -23,8 +23,7 @@ constexpr Forms forms_of_bytes(std::string_view unchanged) {
   return forms;
 }
 
-constexpr std::string_view unchanged_in_path =
-    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-._~/";
+constexpr std::string_view unchanged_in_path = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-._~/";
 constexpr Forms forms_in_path = forms_of_bytes(unchanged_in_path);
 constexpr Forms forms_in_name = forms_of_bytes(unchanged_in_path.substr(0, unchanged_in_path.find('/')));
 

@@ -16,25 +16,17 @@ using Byte = unsigned char;
 
 constexpr std::uint32_t highest_code_point = 0x10FFFF;
 
-bool is_surrogate(std::uint32_t code) {
-  return code >= 0xD800 && code <= 0xDFFF;
-}
+bool is_surrogate(std::uint32_t code) { return code >= 0xD800 && code <= 0xDFFF; }
 
 // Text is converted through a chunk on the stack and appended from there: the result is written once, without
 // being filled with zeros first, and a short text gets a string of just its length.
 constexpr std::size_t chunk_size = 2048;
 
-[[noreturn]] void throw_ill_formed() {
-  throw std::range_error("wstring_convert: from_bytes error");
-}
-[[noreturn]] void throw_no_code_point() {
-  throw std::range_error("wstring_convert: to_bytes error");
-}
+[[noreturn]] void throw_ill_formed() { throw std::range_error("wstring_convert: from_bytes error"); }
+[[noreturn]] void throw_no_code_point() { throw std::range_error("wstring_convert: to_bytes error"); }
 
 // The six bits that a continuation byte carries; more than 0x3F if it is none.
-std::uint32_t tail_bits(Byte byte) {
-  return byte ^ 0x80U;
-}
+std::uint32_t tail_bits(Byte byte) { return byte ^ 0x80U; }
 
 // Decodes the sequence of two to four bytes at `at` and moves past it.
 wchar_t decode_sequence(const Byte*& at, const Byte* end) {
@@ -179,10 +171,6 @@ std::wstring s2ws(const std::string& text) {
   return wide;
 }
 
-std::string ws2s(const std::wstring& text) {
-  return encode(text);
-}
+std::string ws2s(const std::wstring& text) { return encode(text); }
 
-std::string wchar2utf8(const wchar_t* text) {
-  return encode(text);
-}
+std::string wchar2utf8(const wchar_t* text) { return encode(text); }

@@ -22,9 +22,7 @@
 
 namespace {
 
-wint_t upper(wchar_t c) {
-  return std::towupper(static_cast<wint_t>(c));
-}
+wint_t upper(wchar_t c) { return std::towupper(static_cast<wint_t>(c)); }
 int upper(char c) {
   const int code = static_cast<signed char>(c);
   return code < 0 ? code : std::toupper(code);

@@ -274,29 +274,17 @@ std::optional<time_t> read_relative(const char* text, const Clock& clock) {
 
 }  // namespace
 
-void date_yesterday(atm* record, atm* now, int*) {
-  update_atm(*record, *now, seconds_a_day);
-}
+void date_yesterday(atm* record, atm* now, int*) { update_atm(*record, *now, seconds_a_day); }
 
-void date_noon(atm* record, atm* now, int*) {
-  go_back_to(12, *record, *now);
-}
+void date_noon(atm* record, atm* now, int*) { go_back_to(12, *record, *now); }
 
-void date_midnight(atm* record, atm* now, int*) {
-  go_back_to(0, *record, *now);
-}
+void date_midnight(atm* record, atm* now, int*) { go_back_to(0, *record, *now); }
 
-void date_tea(atm* record, atm* now, int*) {
-  go_back_to(17, *record, *now);
-}
+void date_tea(atm* record, atm* now, int*) { go_back_to(17, *record, *now); }
 
-void date_pm(atm* record, atm*, int* number) {
-  set_half_day(12, *record, *number);
-}
+void date_pm(atm* record, atm*, int* number) { set_half_day(12, *record, *number); }
 
-void date_am(atm* record, atm*, int* number) {
-  set_half_day(0, *record, *number);
-}
+void date_am(atm* record, atm*, int* number) { set_half_day(0, *record, *number); }
 
 void date_never(atm* record, atm*, int*) {
   const time_t epoch = 0;
@@ -304,9 +292,7 @@ void date_never(atm* record, atm*, int*) {
   if (::localtime_r(&epoch, &local) != nullptr) *record = to_atm(local);
 }
 
-void date_now(atm* record, atm* now, int*) {
-  update_atm(*record, *now, 0);
-}
+void date_now(atm* record, atm* now, int*) { update_atm(*record, *now, 0); }
 
 int approxidate_at(const char* text, tm* result, const Clock& clock) noexcept {
   if (text == nullptr) text = "";
@@ -323,9 +309,7 @@ int approxidate_at(const char* text, tm* result, const Clock& clock) noexcept {
   return 0;
 }
 
-int approxidate(const char* text, tm* result) {
-  return approxidate_at(text, result, Clock());
-}
+int approxidate(const char* text, tm* result) { return approxidate_at(text, result, Clock()); }
 
 std::string convert_last_modified_to_rfc3339(std::string text) {
   tm utc{};

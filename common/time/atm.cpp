@@ -47,8 +47,6 @@ time_t tm_to_time_t(const atm* record) noexcept {
   const std::int64_t leap_days = (years + 1) / 4;
   const bool leap_day_passed = month > february && record->tm_year % 4 == 0;
   const std::int64_t day = std::int64_t{record->tm_mday} - (leap_day_passed ? 0 : 1);
-  const std::int64_t days =
-      years * 365 + leap_days + days_before_month[static_cast<std::size_t>(month)] + day;
-  return days * 86400 + std::int64_t{record->tm_hour} * 3600 + std::int64_t{record->tm_min} * 60 +
-         record->tm_sec;
+  const std::int64_t days = years * 365 + leap_days + days_before_month[static_cast<std::size_t>(month)] + day;
+  return days * 86400 + std::int64_t{record->tm_hour} * 3600 + std::int64_t{record->tm_min} * 60 + record->tm_sec;
 }

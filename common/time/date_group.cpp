@@ -113,8 +113,7 @@ std::optional<Reference> today_by(const Clock& clock) noexcept {
   return Reference{.year = utc.tm_year, .ten_days_ahead = now + ten_days};
 }
 
-bool take_any_date(unsigned long num, char separator, const Rest& rest, atm& record,
-                   const Clock& clock) noexcept {
+bool take_any_date(unsigned long num, char separator, const Rest& rest, atm& record, const Clock& clock) noexcept {
   const std::optional<Reference> today = today_by(clock);
   const long first = saturate_unsigned(num);
   const auto& [second, third, microseconds, end] = rest;

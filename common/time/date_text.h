@@ -4,18 +4,12 @@
 #include <algorithm>
 #include <limits>
 
-constexpr bool is_digit(char c) noexcept {
-  return c >= '0' && c <= '9';
-}
+constexpr bool is_digit(char c) noexcept { return c >= '0' && c <= '9'; }
 
 // ASCII letters alone: text in other scripts counts as punctuation.
-constexpr bool is_letter(char c) noexcept {
-  return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
-}
+constexpr bool is_letter(char c) noexcept { return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z'); }
 
-constexpr bool is_space(char c) noexcept {
-  return c == ' ' || (c >= '\t' && c <= '\r');
-}
+constexpr bool is_space(char c) noexcept { return c == ' ' || (c >= '\t' && c <= '\r'); }
 
 // The value in the range of an int, at the nearer end of it when it lies outside.
 constexpr int saturate(long long value) noexcept {

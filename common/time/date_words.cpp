@@ -82,13 +82,9 @@ int match_word(const char* input, const char* word) noexcept {
   return length;
 }
 
-WordMatch match_month(const char* input) noexcept {
-  return match_name(input, month_names);
-}
+WordMatch match_month(const char* input) noexcept { return match_name(input, month_names); }
 
-WordMatch match_weekday(const char* input) noexcept {
-  return match_name(input, weekday_names);
-}
+WordMatch match_weekday(const char* input) noexcept { return match_name(input, weekday_names); }
 
 WordMatch match_zone(const char* input) noexcept {
   for (const Zone& zone : zones) {

@@ -169,9 +169,7 @@ time_t instant_of(const std::string& word) {
 
 }  // namespace
 
-time_t parse8601(std::istream&& in) {
-  return instant_of(next_word(in));
-}
+time_t parse8601(std::istream&& in) { return instant_of(next_word(in)); }
 
 time_t RFC3339ToLocalTM(const char* text) {
   constexpr const char* white_space = " \t\n\v\f\r";

@@ -11,12 +11,8 @@
 
 namespace {
 
-bool is_space(char c) {
-  return c == ' ' || (c >= '\t' && c <= '\r');
-}
-bool is_digit(char c) {
-  return c >= '0' && c <= '9';
-}
+bool is_space(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
+bool is_digit(char c) { return c >= '0' && c <= '9'; }
 
 int saturate(long long value) {
   constexpr long long low = std::numeric_limits<int>::min();
@@ -41,9 +37,7 @@ bool read_int(const char*& text, int& value) {
 
 }  // namespace
 
-std::string TMToRFC3339(tm* t) {
-  return std::string(TimestampText(*t).view());
-}
+std::string TMToRFC3339(tm* t) { return std::string(TimestampText(*t).view()); }
 
 std::string TMToUTCRFC3339(tm* t) {
   ::mktime(t);
@@ -60,9 +54,7 @@ std::string TimeToRFC3339(long instant) {
   return TMToRFC3339(&utc);
 }
 
-std::string TimeToUTCRFC3339(long instant) {
-  return TimeToRFC3339(instant);
-}
+std::string TimeToUTCRFC3339(long instant) { return TimeToRFC3339(instant); }
 
 tm read_rfc3339_fields(const char* text) noexcept {
   tm fields{};

@@ -32,9 +32,7 @@ std::string AdjustOffsetForServerTime(long instant) {
   return TimeToRFC3339(shifted(instant, zone_offset_at(::mktime(&reference))));
 }
 
-std::string NoAdjustOffsetForServerTime(long instant) {
-  return TimeToRFC3339(instant);
-}
+std::string NoAdjustOffsetForServerTime(long instant) { return TimeToRFC3339(instant); }
 
 std::string AdjustServerTimeOffset(const char* text) {
   tm fields = read_rfc3339_fields(text);
@@ -44,6 +42,4 @@ std::string AdjustServerTimeOffset(const char* text) {
   return TimeToRFC3339(shifted(as_standard_time, -zone_offset_at(::mktime(&normalised))));
 }
 
-std::string NoAdjustServerTimeOffset(const char* text) {
-  return text == nullptr ? std::string() : std::string(text);
-}
+std::string NoAdjustServerTimeOffset(const char* text) { return text == nullptr ? std::string() : std::string(text); }

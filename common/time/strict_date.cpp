@@ -39,9 +39,7 @@ bool nothing_given(const atm& date) noexcept {
 }
 
 // "0130" stands for an hour and a half.
-constexpr int minutes_of_hhmm(long hhmm) noexcept {
-  return saturate(hhmm / 100 * 60 + hhmm % 100);
-}
+constexpr int minutes_of_hhmm(long hhmm) noexcept { return saturate(hhmm / 100 * 60 + hhmm % 100); }
 
 // Reads "@seconds +hhmm", which has to be the whole line.
 bool read_stamp(const char* text, timeval& result, int& offset) noexcept {

@@ -4,9 +4,7 @@
 
 namespace {
 
-bool has_two_digits(long value) noexcept {
-  return value >= 0 && value <= 99;
-}
+bool has_two_digits(long value) noexcept { return value >= 0 && value <= 99; }
 
 void put_two_digits(long value, char* out) noexcept {
   out[0] = static_cast<char>('0' + value / 10);

@@ -11,8 +11,7 @@ BOUNDARY_CHECK(exports, "entry.exports", "Every name that the contract lists is 
   for (const char* name : {
 #include "exported_names.inc"
        }) {
-    if (harness::symbol(name) == nullptr)
-      harness::fail(__FILE__, __LINE__, fmt::format("{} is not exported", name));
+    if (harness::symbol(name) == nullptr) harness::fail(__FILE__, __LINE__, fmt::format("{} is not exported", name));
   }
 }
 

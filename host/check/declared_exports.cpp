@@ -1,5 +1,5 @@
-// Everything the module promises to export, declared with its exact types and referred to once: the undefined symbols of
-// this object are the decorated names that the module's table has to hold, whatever standard library is in use.
+// Everything the module promises to export, declared with its exact types and referred to once: the undefined symbols
+// of this object are the decorated names that the module's table has to hold, whatever standard library is in use.
 #include <sys/time.h>
 
 #include <ctime>
@@ -13,8 +13,8 @@
   result name(__VA_ARGS__);             \
   [[gnu::used]] static result (*const use_##id)(__VA_ARGS__) = name;
 
-#define PLAIN(name)              \
-  extern "C" const char name[];  \
+#define PLAIN(name)             \
+  extern "C" const char name[]; \
   [[gnu::used]] static const char* const use_##name = name;
 
 using std::string;

@@ -133,13 +133,9 @@ void give_up(const char* file, int line, std::string reason) {
   throw Skip{};
 }
 
-void skip(std::string reason) {
-  throw Skip{std::move(reason)};
-}
+void skip(std::string reason) { throw Skip{std::move(reason)}; }
 
-void* symbol(const char* name) {
-  return ::dlsym(loaded_module, name);
-}
+void* symbol(const char* name) { return ::dlsym(loaded_module, name); }
 
 int run(const Options& options) {
   std::array<int, 3> counts{};

@@ -76,13 +76,9 @@ void CacheFile::write(std::span<const char> data, long long offset) {
   }
 }
 
-void CacheFile::resize(long long size) {
-  check(::ftruncate(descriptor_, size) == 0, path_);
-}
+void CacheFile::resize(long long size) { check(::ftruncate(descriptor_, size) == 0, path_); }
 
-fs::path CacheFile::keep() {
-  return std::exchange(path_, {});
-}
+fs::path CacheFile::keep() { return std::exchange(path_, {}); }
 
 CacheFolder::CacheFolder(const fs::path& parent) : path_(make_private_folder(parent)) {}
 
@@ -91,9 +87,7 @@ CacheFolder::~CacheFolder() {
   if (!rescued_) fs::remove_all(path_, gone_already);
 }
 
-CacheFile CacheFolder::new_file() {
-  return CacheFile(path_ / std::to_string(++files_));
-}
+CacheFile CacheFolder::new_file() { return CacheFile(path_ / std::to_string(++files_)); }
 
 fs::path CacheFolder::rescue(CacheFile content, const std::string& drive_path, time_t modified) {
   rescued_ = true;

@@ -16,9 +16,7 @@
 
 namespace host {
 
-FuseSession::Served& served() {
-  return *static_cast<FuseSession::Served*>(::fuse_get_context()->private_data);
-}
+FuseSession::Served& served() { return *static_cast<FuseSession::Served*>(::fuse_get_context()->private_data); }
 
 namespace {
 
@@ -33,13 +31,9 @@ struct OpenHandle {
   bool writes;
 };
 
-OpenHandle& handle_of(const fuse_file_info& info) {
-  return *reinterpret_cast<OpenHandle*>(info.fh);
-}
+OpenHandle& handle_of(const fuse_file_info& info) { return *reinterpret_cast<OpenHandle*>(info.fh); }
 
-bool writes(int flags) {
-  return (flags & O_ACCMODE) != O_RDONLY || (flags & O_TRUNC) != 0;
-}
+bool writes(int flags) { return (flags & O_ACCMODE) != O_RDONLY || (flags & O_TRUNC) != 0; }
 
 void hand_out(std::shared_ptr<OpenFile> file, fuse_file_info& info) {
   auto handle = std::make_unique<OpenHandle>(OpenHandle{std::move(file), writes(info.flags)});

@@ -18,9 +18,7 @@ namespace {
 
 constexpr std::string_view uploads_start_with = ".localdisk-upload-";
 
-bool is_upload(std::string_view name) {
-  return name.substr(0, uploads_start_with.size()) == uploads_start_with;
-}
+bool is_upload(std::string_view name) { return name.substr(0, uploads_start_with.size()) == uploads_start_with; }
 
 int errno_of_status(int status, int reason) {
   switch (status) {
@@ -88,13 +86,9 @@ Mapping::Place Mapping::place_of(const std::string& path) const {
   return place;
 }
 
-std::string Mapping::Place::path() const {
-  return below(parent, name);
-}
+std::string Mapping::Place::path() const { return below(parent, name); }
 
-std::string Mapping::upload_name() {
-  return upload_prefix_ + std::to_string(++uploads_);
-}
+std::string Mapping::upload_name() { return upload_prefix_ + std::to_string(++uploads_); }
 
 Attributes Mapping::attributes(const std::string& path) {
   const std::optional<_FS_FILE_V2> file = is_upload(name_of(path)) ? std::nullopt : drive_.find(on_drive(path));
@@ -108,9 +102,7 @@ void Mapping::list(const std::string& path, const Visit& visit) {
   });
 }
 
-std::optional<Quota> Mapping::volume() {
-  return drive_.quota();
-}
+std::optional<Quota> Mapping::volume() { return drive_.quota(); }
 
 std::size_t Mapping::read(const std::string& path, long long offset, std::span<char> out) {
   const long long length = std::min(static_cast<long long>(out.size()), attributes(path).size - offset);
@@ -188,9 +180,7 @@ void Mapping::create_directory(const std::string& path) {
   }
 }
 
-void Mapping::remove_file(const std::string& path) {
-  drive_.remove(record_of(place_of(path).path(), FS_TYPE_FILE));
-}
+void Mapping::remove_file(const std::string& path) { drive_.remove(record_of(place_of(path).path(), FS_TYPE_FILE)); }
 
 void Mapping::remove_directory(const std::string& path) {
   const std::string directory = on_drive(path);

@@ -24,10 +24,10 @@
 #include "common/time/iso8601.h"
 #include "common/time/rfc3339.h"
 #include "common/time/server_clock.h"
-#include "localdisk/normalize_path.h"
 #include "host/check/support/scoped_environment.h"
 #include "host/check/support/shortage.h"
 #include "host/check/support/temporary_folder.h"
+#include "localdisk/normalize_path.h"
 
 namespace {
 

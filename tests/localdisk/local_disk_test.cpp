@@ -5,30 +5,20 @@
 #include <array>
 #include <tuple>
 
-#include "plugin/logger.h"
 #include "host/check/support/scoped_environment.h"
+#include "plugin/logger.h"
 
 namespace {
 
 TEST(LocalDisk, MapsHostPathsToThemselves) {
   LocalDisk disk(nullptr);
   disk.SetOpt("root_path", "/tmp/x");
-  for (const auto& [path, local] :
-       std::to_array<std::tuple<const char*, std::string_view>>({{"/", "/."},
-                                                                 {"/a/..", "/."},
-                                                                 {"/a/b/", "/a/b"},
-                                                                 {"", ""},
-                                                                 {"a//b", "a/b"},
-                                                                 {".", ""},
-                                                                 {"/a", "/a"}})) {
+  for (const auto& [path, local] : std::to_array<std::tuple<const char*, std::string_view>>(
+           {{"/", "/."}, {"/a/..", "/."}, {"/a/b/", "/a/b"}, {"", ""}, {"a//b", "a/b"}, {".", ""}, {"/a", "/a"}})) {
     EXPECT_EQ(disk.GetPath(path), local) << path;
   }
-  for (const auto& [directory, name, joined] :
-       std::to_array<std::tuple<const char*, const char*, std::string_view>>({{"/a", "b", "/a/b"},
-                                                                              {"/a/", "b", "/a/b"},
-                                                                              {"", "b", "/b"},
-                                                                              {"/", "/", "//"},
-                                                                              {"/a", "", "/a/"}})) {
+  for (const auto& [directory, name, joined] : std::to_array<std::tuple<const char*, const char*, std::string_view>>(
+           {{"/a", "b", "/a/b"}, {"/a/", "b", "/a/b"}, {"", "b", "/b"}, {"/", "/", "//"}, {"/a", "", "/a/"}})) {
     EXPECT_EQ(disk.JoinPath(directory, name), joined);
   }
 }
@@ -78,8 +68,6 @@ TEST(LocalDisk, ForwardsThroughItsTable) {
   EXPECT_EQ(disk.asked, "///tmp");
 }
 
-TEST(Logger, DropsALineWithoutALogger) {
-  __LOG__A(nullptr, LOGLEVEL_INFO, "%s", "nobody hears this");
-}
+TEST(Logger, DropsALineWithoutALogger) { __LOG__A(nullptr, LOGLEVEL_INFO, "%s", "nobody hears this"); }
 
 }  // namespace

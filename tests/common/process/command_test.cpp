@@ -11,8 +11,8 @@
 #include <stdexcept>
 #include <string>
 
-#include "tests/common/process/inheritable_descriptors.h"
 #include "host/check/support/temporary_folder.h"
+#include "tests/common/process/inheritable_descriptors.h"
 
 namespace {
 

@@ -34,8 +34,7 @@ TEST(ProcessIdDeathTest, AnotherUsersProcessCountsAsNotRunning) {
 }
 
 TEST(CurrentPath, IsWhatStandsBeforeTheLastDivider) {
-  const std::string rows[][2] = {
-      {"/opt/app/bin/host", "/opt/app/bin"}, {"/host", ""}, {"host", ""}, {"", ""}};
+  const std::string rows[][2] = {{"/opt/app/bin/host", "/opt/app/bin"}, {"/host", ""}, {"host", ""}, {"", ""}};
   for (const auto& [path, expected] : rows) EXPECT_EQ(directory_of(path), expected) << path;
   EXPECT_EQ(GetCurrentPath(), std::filesystem::read_symlink("/proc/self/exe").parent_path());
 }

@@ -9,8 +9,8 @@
 #include <utility>
 #include <vector>
 
-#include "tests/common/process/inheritable_descriptors.h"
 #include "host/check/support/temporary_folder.h"
+#include "tests/common/process/inheritable_descriptors.h"
 
 namespace {
 

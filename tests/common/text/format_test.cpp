@@ -27,7 +27,7 @@ TEST(Format, EndsAtTheFirstNul) {
 }
 
 TEST(Format, IsEmptyWhenTheFormatterFails) {
-  EXPECT_EQ(string_format("abc%lc", 0xD800), "");  // a surrogate is no character in any encoding
+  EXPECT_EQ(string_format("abc%lc", 0xD800), "");   // a surrogate is no character in any encoding
   EXPECT_EQ(string_format("%2147483648d", 1), "");  // longer than the formatter can count
   EXPECT_EQ(wstring_format(L"%2147483648d", 1), L"");
   EXPECT_EQ(wstring_format(L"abc%s", "\xFF"), L"");        // no character of the locale

@@ -14,9 +14,7 @@ using WidePieces = std::vector<std::wstring>;
 
 constexpr auto same = [](const std::string& piece) { return piece; };
 constexpr auto wide_same = [](const std::wstring& piece) { return piece; };
-std::wstring wide(const std::string& text) {
-  return {text.begin(), text.end()};
-}
+std::wstring wide(const std::string& text) { return {text.begin(), text.end()}; }
 WidePieces wide(const Pieces& pieces) {
   WidePieces result;
   for (const std::string& piece : pieces) result.push_back(wide(piece));

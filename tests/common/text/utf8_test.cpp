@@ -46,8 +46,7 @@ TEST(Utf8, RejectsIllFormedText) {
   using Row = std::pair<const char*, std::vector<std::string>>;
   for (const auto& [fault, texts] : std::vector<Row>{
            {"no lead byte", {"\x80", "\xBF", "\xF8\x88\x80\x80\x80", "\xFE", "\xFF"}},
-           {"longer than needed",
-            {"\xC0\x80", "\xC1\xBF", "\xE0\x80\x80", "\xE0\x9F\xBF", "\xF0\x8F\xBF\xBF"}},
+           {"longer than needed", {"\xC0\x80", "\xC1\xBF", "\xE0\x80\x80", "\xE0\x9F\xBF", "\xF0\x8F\xBF\xBF"}},
            {"surrogate", {"\xED\xA0\x80", "\xED\xBF\xBF"}},
            {"above the last", {"\xF4\x90\x80\x80", "\xF5\x80\x80\x80", "\xF7\xBF\xBF\xBF"}},
            {"cut off", {"\xC3", "\xE2\x82", "\xE2", "\xF0\x9F\x98", "\xF0\x9F", "\xF0", "\xE9"}},
@@ -66,8 +65,7 @@ TEST(Utf8, RejectsIllFormedText) {
 TEST(Utf8, RejectsWhatIsNoCodePoint) {
   for (const long code : {0xD800L, 0xDFFFL, 0x110000L, 0x7FFFFFFFL, -1L, -0x80000000L}) {
     const std::wstring bad(1, static_cast<wchar_t>(code));
-    for (const std::wstring& text :
-         {bad, L"a" + bad, bad + std::wstring(40, L'z'), std::wstring(2047, L'x') + bad}) {
+    for (const std::wstring& text : {bad, L"a" + bad, bad + std::wstring(40, L'z'), std::wstring(2047, L'x') + bad}) {
       EXPECT_EQ(error_of([&] { ws2s(text); }), "wstring_convert: to_bytes error") << code;
       EXPECT_EQ(error_of([&] { wchar2utf8(text.c_str()); }), "wstring_convert: to_bytes error") << code;
     }

@@ -42,10 +42,8 @@ TEST(Wildcard, KnowsItsSpecialCharacters) {
            {"<.<", {"a.b.c"}, {"a"}},
            {"[a].b", {"[a].b"}, {"a.b"}},
        }) {
-    for (const char* name : row.fitting)
-      EXPECT_TRUE(fits(row.expression, name, false)) << row.expression << name;
-    for (const char* name : row.others)
-      EXPECT_FALSE(fits(row.expression, name, false)) << row.expression << name;
+    for (const char* name : row.fitting) EXPECT_TRUE(fits(row.expression, name, false)) << row.expression << name;
+    for (const char* name : row.others) EXPECT_FALSE(fits(row.expression, name, false)) << row.expression << name;
   }
 }
 

@@ -11,8 +11,8 @@
 #include <utility>
 #include <vector>
 
-#include "tests/common/time/instants.h"
 #include "host/check/support/scoped_environment.h"
+#include "tests/common/time/instants.h"
 
 TEST(Iso8601, HonoursTheZoneOfTheText) {
   const ScopedZone zone(kNewYork);  // must not matter

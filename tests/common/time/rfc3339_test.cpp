@@ -134,8 +134,7 @@ TEST(ServerClock, ShiftsByTheStandardOffset) {
     EXPECT_EQ(AdjustOffsetForServerTime(kJulyNoon), row.forward_july) << row.zone;
     EXPECT_EQ(AdjustServerTimeOffset("2021-01-15T12:00:00"), row.back) << row.zone;
   }
-  for (const char* text : {"", "not a time", "2021-01-15T12:00:00"})
-    EXPECT_EQ(NoAdjustServerTimeOffset(text), text);
+  for (const char* text : {"", "not a time", "2021-01-15T12:00:00"}) EXPECT_EQ(NoAdjustServerTimeOffset(text), text);
 }
 
 }  // namespace
