@@ -121,7 +121,7 @@ BOUNDARY_CHECK(quota, "account.quota", "GetQuota counts the volume under root_pa
   unsigned long long total = 1, used = 2;
   EXPECT_EQ(drive->GetQuota(&total, &used), 0);
   EXPECT(total == 1 && used == 2);
-  EXPECT_EQ(drive->SetOpt("root_path", "/dev/shm/none"), 0);
+  EXPECT_EQ(drive->SetOpt("root_path", (drive.folder / "none").c_str()), 0);
   EXPECT_EQ(drive->GetQuota(&total, &used), 24);
   EXPECT_EQ(drive->GetQuota(nullptr, nullptr), 24);
   EXPECT(total == 1 && used == 2);

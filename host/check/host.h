@@ -115,6 +115,7 @@ class Drive {
   int descriptors_;
 };
 
+// Of the first thousand, which is enough: the system gives out the lowest that is free.
 int open_descriptors();
 
 // Content whose every position tells itself from its neighbours.
