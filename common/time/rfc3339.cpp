@@ -2,36 +2,20 @@
 
 #include <sys/time.h>
 
-#include <algorithm>
 #include <array>
 #include <cstdio>
-#include <limits>
 
+#include "common/time/date_text.h"
 #include "common/time/timestamp_text.h"
 
 namespace {
 
-bool is_space(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
-bool is_digit(char c) { return c >= '0' && c <= '9'; }
-
-int saturate(long long value) {
-  constexpr long long low = std::numeric_limits<int>::min();
-  constexpr long long high = std::numeric_limits<int>::max();
-  return static_cast<int>(std::clamp(value, low, high));
-}
-
 // Reads one signed decimal number at `text` and moves past it; false when there is none.
 bool read_int(const char*& text, int& value) {
-  const char* at = text;
-  while (is_space(*at)) ++at;
-  const bool negative = *at == '-';
-  if (*at == '-' || *at == '+') ++at;
-  if (!is_digit(*at)) return false;
-  long long magnitude = 0;
-  constexpr long long beyond_int = std::numeric_limits<int>::max() + 1LL;
-  for (; is_digit(*at); ++at) magnitude = std::min(magnitude * 10 + (*at - '0'), beyond_int);
-  value = saturate(negative ? -magnitude : magnitude);
-  text = at;
+  const char* const start = text;
+  const long number = read_signed(text);
+  if (text == start) return false;
+  value = saturate(number);
   return true;
 }
 
