@@ -33,15 +33,17 @@ std::string next_word(std::istream& in) {
   std::string word;
   const std::ios_base::iostate mask = in.exceptions();
   if (!in.bad()) in.exceptions(mask | std::ios_base::badbit);
+  bool is_broken = false;
   try {
     in >> word;
   } catch (const std::bad_alloc&) {
     in.exceptions(mask);
     throw;
-  } catch (const std::exception&) {
-    // Any other failure reads like the end of the stream.
+  } catch (...) {
+    is_broken = true;  // reads like the end of the stream, and is seen in its state
   }
   in.exceptions(mask);
+  if (is_broken) in.setstate(std::ios_base::badbit);  // not every library does so when the first character throws
   return word;
 }
 

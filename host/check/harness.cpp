@@ -146,6 +146,10 @@ int run(const Options& options) {
     print(check, result, options.json);
   }
   const auto [passed, failures, skipped] = counts;
+  if (passed + failures + skipped == 0) {
+    fmt::print(stderr, "No check has '{}' in its name.\n", options.filter);
+    return 1;
+  }
   const bool good = failures == 0 && passed > 0;
   if (options.json) {
     fmt::print("{}\n",
@@ -155,7 +159,8 @@ int run(const Options& options) {
                good ? "the module keeps the contract"
                     : (failures > 0 ? "the module BREAKS the contract" : "nothing was checked"));
   }
-  return good ? 0 : 1;
+  constexpr int undecided = 2;
+  return good ? 0 : (failures > 0 ? 1 : undecided);
 }
 
 }  // namespace harness

@@ -33,7 +33,8 @@ struct Options {
   int seconds_a_check = 60;  // then the check has failed
 };
 
-// Runs the checks and prints a line for each and the verdict; answers the exit code.
+// Runs the checks and prints a line for each and the verdict; answers the exit code: 0 when the contract is kept, 1
+// when it is not or no check has such a name, 2 when all of them were skipped.
 int run(const Options& options);
 
 template <class A, class B>

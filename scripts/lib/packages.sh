@@ -33,5 +33,6 @@ build_packages=(cmake g++ libcli11-dev libfmt-dev libfuse3-dev libhowardhinnant-
   nlohmann-json3-dev pkg-config uuid-dev fuse3)
 test_packages=(binutils diffutils googletest libgtest-dev python3 rsync sqlite3 util-linux)
 
-# What describes, packs and compares the result.
-check_packages=(abigail-tools doxygen dpkg-dev file gzip lintian)
+# What checks, describes, packs and compares the result.
+check_packages=(abigail-tools clang-19 clang-tidy-19 doxygen dpkg-dev file gzip libc++-19-dev libc++abi-19-dev
+  libclang-rt-19-dev lintian llvm-19)

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Works on a mounted drive as programs do, and compares with a plain folder.
 #
-#   mount_test.sh LOCALDISK-HOST RANDOM_FILES
+#   mount_test.sh LOCALDISK-HOST RANDOM_FILES OPERATIONS
 #
 # Exit code 77, with the reason, where the drive can't be mounted here.
 set -euo pipefail
@@ -9,6 +9,7 @@ shopt -s inherit_errexit
 
 host=$(realpath "$1")
 random_files=$(realpath "$2")
+operations=$3
 base=$(mktemp -d "$([[ -w /dev/shm ]] && echo /dev/shm || echo "${TMPDIR:-/tmp}")/localdisk-mount-test-XXXXXX")
 root=$base/root drive=$base/drive plain=$base/plain cache=$base/cache small=$base/small
 mkdir "$root" "$drive" "$plain" "$cache" "$small"
@@ -101,11 +102,11 @@ expect "$(df --output=size -B1 . | tail -1)" "$(df --output=size -B1 "$root" | t
 cd "$base"
 rm -r "${drive:?}"/*
 
-step "20000 random operations, one thread"
-"$random_files" "$drive" "$plain" 4711 20000 1
-step "20000 random operations, 8 threads"
+step "$operations random operations, one thread"
+"$random_files" "$drive" "$plain" 4711 "$operations" 1
+step "$operations random operations, 8 threads"
 rm -rf "${drive:?}"/* "${plain:?}"/*
-"$random_files" "$drive" "$plain" 815 20000 8
+"$random_files" "$drive" "$plain" 815 "$operations" 8
 diff -r "$plain" "$root"
 rm -rf "${drive:?}"/*
 

@@ -93,6 +93,8 @@ TEST(Iso8601, LetsOnlyExhaustedMemoryThroughUnlessAskedForMore) {
   EXPECT_EQ(parse8601(std::move(without_device)), 0);
   EXPECT_TRUE(without_device.bad());
   EXPECT_EQ(parse8601(std::move(without_device)), 0);
+  ThrowingBuffer<int> odd;
+  EXPECT_EQ(parse8601(std::istream(&odd)), 0);
 
   std::istringstream strict("");
   strict.exceptions(std::ios_base::failbit);
