@@ -3,7 +3,8 @@
 #
 #   mount_test.sh LOCALDISK-HOST RANDOM_FILES OPERATIONS
 #
-# Exit code 77, with the reason, where the drive can't be mounted here.
+# OPERATIONS says how much: so many random operations, and a tree of at least a quarter as many files. Exit code 77, with
+# the reason, where the drive can't be mounted here.
 set -euo pipefail
 shopt -s inherit_errexit
 
@@ -61,10 +62,11 @@ step="mounting"
 [[ -w /dev/fuse ]] || { echo "SKIPPED: no access to /dev/fuse"; exit 77; }
 mount_drive "$root" || { echo "SKIPPED: not allowed to mount here, or built without libfuse"; exit 77; }
 
-step "a tree of thousands of files"
+files=$((operations / 4))
+step "a tree of $files files"
 mkdir "$base/tree"
-(cd /usr/include && find -L . -type f | sed -n '1,5500p' | tar -chf - -T -) | tar -xf - -C "$base/tree"
-while (($(find "$base/tree" -type f | wc -l) < 5000)); do cp -r "$base/tree" "$base/more" && mv "$base/more" "$base/tree/$RANDOM"; done
+(cd /usr/include && find -L . -type f | sed -n "1,$((files * 11 / 10))p" | tar -chf - -T -) | tar -xf - -C "$base/tree"
+while (($(find "$base/tree" -type f | wc -l) < files)); do cp -r "$base/tree" "$base/more" && mv "$base/more" "$base/tree/$RANDOM"; done
 cp -r --preserve=timestamps "$base/tree" "$drive/tree"
 diff -r "$base/tree" "$drive/tree"
 diff -r "$base/tree" "$root/tree"
