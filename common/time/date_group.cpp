@@ -11,7 +11,7 @@
 namespace {
 
 constexpr long not_given = -1;
-constexpr time_t ten_days = 10 * 86400;
+constexpr time_t ten_days = time_t{10} * 86400;
 
 // The numbers of a group after its first one.
 struct Rest {

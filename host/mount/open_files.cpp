@@ -237,6 +237,7 @@ void OpenFiles::move(const std::string& from, const std::string& to) {
   if (replaced) files.push_back(replaced);
   std::sort(files.begin(), files.end());  // two moves that share files take them in one order
   std::vector<ContentLock> locks;
+  locks.reserve(files.size());
   for (const auto& file : files) locks.emplace_back(file->content_lock_);
 
   if (replaced && is_open(to)) replaced->take_into_cache();
