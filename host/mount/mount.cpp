@@ -35,9 +35,6 @@ void expect_apart(const MountOptions& options) {
   if (lies_within(point, options.root)) {
     throw CommandError(fmt::format("{} lies in the folder to mount, {}", point.string(), options.root));
   }
-  if (lies_within(options.root, point)) {
-    throw CommandError(fmt::format("the folder to mount, {}, lies in {}", options.root, point.string()));
-  }
 }
 
 // The drive must not show the cache, which is changed around the module.

@@ -62,6 +62,15 @@ step="mounting"
 [[ -w /dev/fuse ]] || { echo "SKIPPED: no access to /dev/fuse"; exit 77; }
 mount_drive "$root" || { echo "SKIPPED: not allowed to mount here, or built without libfuse"; exit 77; }
 
+step "what can't be mounted"
+mkdir "$root/inside"
+refused "$base/none is not a folder" "$host" mount --root "$root" "$base/none"
+refused "$0 is not a folder" "$host" mount --root "$0" "$plain"
+refused "$base is not empty" "$host" mount --root "$root" "$base"
+refused "lies in the folder to mount" "$host" mount --root "$root" "$root/inside"
+refused "name another folder with --cache" "$host" mount --root "$root" --cache "$root/inside" "$plain"
+rmdir "$root/inside"
+
 files=$((operations / 4))
 step "a tree of $files files"
 mkdir "$base/tree"
@@ -127,6 +136,11 @@ sync_tree /usr/include/linux/ "$drive/linux/" >/dev/null
 expect "$(sync_tree /usr/include/linux/ "$drive/linux/")" ""
 sync_tree "$drive/linux/" "$base/back/" >/dev/null
 expect "$(sync_tree "$drive/linux/" "$base/back/")" ""
+unmount
+
+step "in the background"
+"$host" mount --cache "$cache" --root "$root" "$drive" >/dev/null
+cmp "$drive/db" "$root/db"
 unmount
 
 step "read-only"
