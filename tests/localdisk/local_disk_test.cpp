@@ -43,6 +43,17 @@ TEST(LocalDisk, FillsARecordFromAStatus) {
   EXPECT_EQ(file.parents.front(), "kept");
 }
 
+TEST(LocalDisk, RefusesWhatItCantDoWithout) {
+  LocalDisk disk(nullptr);
+  char text = 0;
+  int length = 0;
+  EXPECT_EQ(disk.SetOpt(nullptr, ""), FS_ERR_INVALID_ARG);
+  EXPECT_EQ(disk.SetOpt("root_path", nullptr), FS_ERR_INVALID_ARG);
+  EXPECT_EQ(disk.GetType(nullptr), FS_ERR_INVALID_ARG);
+  EXPECT_EQ(disk.GetUserInfo(&text, nullptr), FS_ERR_INVALID_ARG);
+  EXPECT_EQ(disk.GetCredential(&text, &length), FS_ERR_OPERATION_FAILED);  // there is no manager to tell
+}
+
 // What a class derived from LocalDisk overrides, the operations that forward must reach.
 class Derived : public LocalDisk {
  public:
