@@ -3,14 +3,14 @@
 #
 #   mount_test.sh LOCALDISK-HOST RANDOM_FILES OPERATIONS
 #
-# OPERATIONS says how much: so many random operations, and a tree of at least a quarter as many files. Exit code 77, with
-# the reason, where the drive can't be mounted here.
+# OPERATIONS, or LOCALDISK_TEST_OPERATIONS in its place, says how much: so many random operations, and a tree of at least
+# a quarter as many files. Exit code 77, with the reason, where the drive can't be mounted here.
 set -euo pipefail
 shopt -s inherit_errexit
 
 host=$(realpath "$1")
 random_files=$(realpath "$2")
-operations=$3
+operations=${LOCALDISK_TEST_OPERATIONS:-$3}
 base=$(mktemp -d "$([[ -w /dev/shm ]] && echo /dev/shm || echo "${TMPDIR:-/tmp}")/localdisk-mount-test-XXXXXX")
 root=$base/root drive=$base/drive plain=$base/plain cache=$base/cache small=$base/small
 mkdir "$root" "$drive" "$plain" "$cache" "$small"
