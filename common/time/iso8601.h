@@ -17,7 +17,8 @@
 // cut them.
 //
 // Throws std::bad_alloc when memory is exhausted, and std::ios_base::failure where the exception mask of `in`
-// asks for it. The process's locale plays no part.
+// asks for it. Whatever else the buffer of `in` throws reads like the end of the stream and turns it bad. The
+// process's locale plays no part.
 LOCALDISK_EXPORT time_t parse8601(std::istream&& in);
 
 // parse8601 of the text. A null text reads like an empty one.
