@@ -18,7 +18,9 @@
 
 #include <climits>
 #include <filesystem>
+#include <functional>
 #include <limits>
+#include <optional>
 
 #include "host/check/host.h"
 #include "host/check/support/small_stack.h"
@@ -55,6 +57,35 @@ class SmallDisk {
 
  private:
   std::string path_;
+};
+
+// A folder of a hundred files that changes under its listing.
+struct Shelf {
+  Drive drive;
+  const std::string path = drive.folder / "shelf";
+
+  Shelf() {
+    fs::create_directory(path);
+    for (int i = 0; i < 100; ++i) drive.folder.write("shelf/" + std::to_string(i), "abc");
+  }
+
+  // `change` happens when the first entry has been told, which is thus the only whole one.
+  void list_while(const std::function<void()>& change) {
+    Entries entries;
+    entries.then = [&](_FS_FILE_V2&) {
+      if (entries.calls == 1) change();
+    };
+    EXPECT_EQ(drive->GetFileList(path.c_str(), &entries, &drive.message), 0);
+    int whole = 0;
+    for (const auto& [name, file] : entries.by_name) {
+      EXPECT(file.path == path + "/" + name && file.parents.size() == 1);
+      if (file.size == 3)
+        ++whole;
+      else
+        EXPECT(file.type == 1 && file.size == 0 && file.mtime.empty() && file.atime.empty() && file.ctime.empty());
+    }
+    EXPECT_EQ(whole, 1);
+  }
 };
 
 }  // namespace
@@ -121,40 +152,25 @@ BOUNDARY_CHECK(descriptors, "faults.descriptors",
   }
 }
 
-// Lists a folder of a hundred files; `change` happens when the first of them has been told.
-static void list_while(void (*change)(const std::string& folder)) {
-  Drive drive;
-  const std::string shelf = drive.folder / "shelf";
-  fs::create_directory(shelf);
-  for (int i = 0; i < 100; ++i) drive.folder.write("shelf/" + std::to_string(i), "abc");
-  Entries entries;
-  entries.then = [&](_FS_FILE_V2&) {
-    if (entries.calls == 1) change(shelf);
-  };
-  EXPECT_EQ(drive->GetFileList(shelf.c_str(), &entries, &drive.message), 0);
-  int whole = 0;
-  for (const auto& [name, file] : entries.by_name) {
-    EXPECT(file.path == shelf + "/" + name && file.parents.size() == 1);
-    if (file.size == 3)
-      ++whole;
-    else
-      EXPECT(file.type == 1 && file.size == 0 && file.mtime.empty() && file.atime.empty() && file.ctime.empty());
-  }
-  EXPECT_EQ(whole, 1);
-  if (::geteuid() != ::getuid()) EXPECT_EQ(::seteuid(::getuid()), 0);
-}
-
 BOUNDARY_CHECK(vanishing, "faults.vanishing",
                "Entries that vanish during a listing keep their names and nothing else, if they are told at all") {
-  list_while([](const std::string& folder) {
-    for (const auto& entry : fs::directory_iterator(folder)) fs::remove(entry.path());
+  Shelf shelf;
+  shelf.list_while([&] {
+    for (const auto& entry : fs::directory_iterator(shelf.path)) fs::remove(entry.path());
   });
 }
 
 BOUNDARY_CHECK(closing, "faults.closing",
                "Entries of a folder that closes itself during its listing keep their names and nothing else") {
-  if (::geteuid() != 0) harness::skip("only root can leave its rights and come back to them");
-  list_while([](const std::string& folder) { EXPECT(::chmod(folder.c_str(), 0) == 0 && ::seteuid(65534) == 0); });
+  Shelf shelf;
+  { const Unprivileged can_be_had; }  // within the listing it would be too late to skip
+  std::optional<Unprivileged> unprivileged;
+  shelf.list_while([&] {
+    fs::permissions(shelf.path, fs::perms::none);
+    unprivileged.emplace();
+  });
+  unprivileged.reset();
+  fs::permissions(shelf.path, fs::perms::owner_all);
 }
 
 BOUNDARY_CHECK(changing, "faults.changing",

@@ -1,16 +1,16 @@
 #!/usr/bin/env bash
 # Works on a mounted drive as programs do, and compares with a plain folder.
 #
-#   mount_test.sh LOCALDISK-HOST RANDOM_FILES OPERATIONS
+#   mount_test.sh LOCALDISK-HOST RANDOM_FILES
 #
-# OPERATIONS, or LOCALDISK_TEST_OPERATIONS in its place, says how much: so many random operations, and a tree of at least
-# a quarter as many files. Exit code 77, with the reason, where the drive can't be mounted here.
+# LOCALDISK_TEST_OPERATIONS says how much: so many random operations (2000), and a tree of at least a quarter as many
+# files. Exit code 77, with the reason, where the drive can't be mounted here.
 set -euo pipefail
 shopt -s inherit_errexit
 
 host=$(realpath "$1")
 random_files=$(realpath "$2")
-operations=${LOCALDISK_TEST_OPERATIONS:-$3}
+operations=${LOCALDISK_TEST_OPERATIONS:-2000}
 base=$(mktemp -d "$([[ -w /dev/shm ]] && echo /dev/shm || echo "${TMPDIR:-/tmp}")/localdisk-mount-test-XXXXXX")
 root=$base/root drive=$base/drive plain=$base/plain cache=$base/cache small=$base/small
 mkdir "$root" "$drive" "$plain" "$cache" "$small"

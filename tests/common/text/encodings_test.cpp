@@ -75,21 +75,26 @@ TEST(IsEmailValid, DoesWhatThePatternDoes) {
   EXPECT_TRUE(is_email_valid(std::string(1'000'000, 'a') + "@b.c"));
 }
 
-// The classic locale, but with one more letter.
+// The classic locale, but with two more letters.
 struct Masks {
   std::array<std::ctype_base::mask, std::ctype<char>::table_size> masks{};
 };
-struct WithLetterHyphen : Masks, std::ctype<char> {
-  WithLetterHyphen() : std::ctype<char>(masks.data()) {
+struct WithMoreLetters : Masks, std::ctype<char> {
+  WithMoreLetters() : std::ctype<char>(masks.data()) {
     std::copy_n(classic_table(), masks.size(), masks.begin());
     masks['-'] |= alpha;
+    masks[0xE9] |= alpha;
   }
 };
 
 TEST(IsEmailValid, TakesTheLettersOfTheGlobalLocale) {
-  const std::locale before = std::locale::global(std::locale(std::locale::classic(), new WithLetterHyphen));
+  const std::locale before = std::locale::global(std::locale(std::locale::classic(), new WithMoreLetters));
+  const auto& letters = std::use_facet<std::ctype<char>>(std::locale());
   EXPECT_TRUE(is_email_valid("-@b.-"));
   EXPECT_FALSE(is_email_valid("+@b.c"));
+  // Where the library looks beyond ASCII at all.
+  EXPECT_EQ(is_email_valid("\xE9@b.\xE9"), letters.is(std::ctype_base::alpha, '\xE9'));
+  EXPECT_FALSE(is_email_valid("\xE8@b.c"));
   std::locale::global(before);
 }
 
