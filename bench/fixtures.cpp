@@ -12,8 +12,8 @@
 #include <fstream>
 #include <stdexcept>
 
-#include "host/check/support/temporary_folder.h"
 #include "plugin/entry_points.h"
+#include "testing/temporary_folder.h"
 
 namespace {
 

@@ -5,7 +5,7 @@
 #include <cstring>
 
 #include "common/process/user_name.h"
-#include "localdisk/guard.h"
+#include "localdisk/catch_all.h"
 #include "localdisk/local_disk.h"
 #include "localdisk/volume.h"
 
@@ -42,13 +42,13 @@ int LocalDisk::GetAuthFields(char* /*buffer*/, int* /*length*/) { return FS_ERR_
 
 int LocalDisk::GetUserInfo(char* buffer, int* length) {
   if (length == nullptr) return FS_ERR_INVALID_ARG;
-  return localdisk::guarded(FS_ERR_OPERATION_FAILED, [&] { return text_out(user_information(), buffer, length); });
+  return localdisk::catch_all(FS_ERR_OPERATION_FAILED, [&] { return text_out(user_information(), buffer, length); });
 }
 
 int LocalDisk::GetRootID(char* buffer, int* length) { return text_out(root_path, buffer, length); }
 
 int LocalDisk::GetQuota(unsigned long long* total, unsigned long long* used) {
-  return localdisk::guarded(FS_ERR_OPERATION_FAILED, [&] {
+  return localdisk::catch_all(FS_ERR_OPERATION_FAILED, [&] {
     if (root_path == "/") return FS_OK;
     const auto volume = localdisk::volume_use(root_path);
     if (!volume) return FS_ERR_OPERATION_FAILED;
@@ -64,7 +64,7 @@ int LocalDisk::GetCredential(char* buffer, int* length) {
     *length = 0;
     return FS_ERR_BUFFER_TOO_SMALL;
   }
-  return localdisk::guarded(FS_ERR_OPERATION_FAILED, [&] {
+  return localdisk::catch_all(FS_ERR_OPERATION_FAILED, [&] {
     if (manager == nullptr) return FS_ERR_OPERATION_FAILED;
     constexpr int flag = 1;
     manager->SetValue(pid.c_str(), "pid", pid.c_str(), flag);

@@ -4,7 +4,7 @@
 #include <ctime>
 #include <string>
 
-#include "localdisk/guard.h"
+#include "localdisk/catch_all.h"
 #include "localdisk/local_disk.h"
 #include "localdisk/metadata.h"
 #include "localdisk/os_handles.h"
@@ -27,7 +27,7 @@ Described examine(int directory, const char* name, struct stat& status) {
 // ten times an entry.
 class Record {
  public:
-  explicit Record(const char* host_path) : prefix_(host_path), host_path_length_(prefix_.size()) {
+  explicit Record(const char* absolute_path) : prefix_(absolute_path), host_path_length_(prefix_.size()) {
     localdisk::append_name(prefix_, {});
   }
 
@@ -60,7 +60,7 @@ class Record {
 
 int LocalDisk::GetFileList(const char* path, IFileList* list, char** /*message*/) {
   if (path == nullptr || list == nullptr) return FS_ERR_INVALID_ARG;
-  return localdisk::guarded(FS_ERR_OPERATION_FAILED, [&] {
+  return localdisk::catch_all(FS_ERR_OPERATION_FAILED, [&] {
     const localdisk::Directory directory(::opendir(GetPath(path).c_str()));
     if (!directory) return FS_ERR_NOT_FOUND;
     Record record(path);

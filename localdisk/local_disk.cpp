@@ -6,7 +6,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "localdisk/guard.h"
+#include "localdisk/catch_all.h"
 #include "localdisk/metadata.h"
 #include "localdisk/normalize_path.h"
 
@@ -24,7 +24,7 @@ void LocalDisk::Release() { delete this; }
 
 int LocalDisk::SetOpt(const char* key, const char* value) {
   if (key == nullptr || value == nullptr) return FS_ERR_INVALID_ARG;
-  return localdisk::guarded(FS_ERR_OPERATION_FAILED, [&] {
+  return localdisk::catch_all(FS_ERR_OPERATION_FAILED, [&] {
     if (::strcasecmp(key, "pid") == 0) pid = value;
     if (::strcasecmp(key, "root_path") == 0) root_path = value;
     return FS_OK;

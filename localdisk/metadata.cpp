@@ -4,7 +4,7 @@
 #include <ctime>
 #include <utility>
 
-#include "localdisk/guard.h"
+#include "localdisk/catch_all.h"
 #include "localdisk/local_disk.h"
 
 namespace localdisk {
@@ -70,7 +70,7 @@ void LocalDisk::FillData(std::string directory, struct stat* status, _FS_FILE_V2
 
 int LocalDisk::GetFileInfo(const char* path, _FS_FILE_V2* file, char** /*message*/) {
   if (path == nullptr || file == nullptr) return FS_ERR_INVALID_ARG;
-  return localdisk::guarded(FS_ERR_OPERATION_FAILED, [&] {
+  return localdisk::catch_all(FS_ERR_OPERATION_FAILED, [&] {
     const std::string local = GetPath(path);
     struct stat status {};
     if (::stat(local.c_str(), &status) != 0) return FS_ERR_NOT_FOUND;

@@ -1,7 +1,7 @@
 #include <algorithm>
 #include <cstdio>
 
-#include "localdisk/guard.h"
+#include "localdisk/catch_all.h"
 #include "localdisk/local_disk.h"
 #include "localdisk/os_handles.h"
 #include "localdisk/transfer_state.h"
@@ -38,7 +38,7 @@ int LocalDisk::Read(const char* path, long long offset, long long length, std::s
                     IFetchCallback* callback, char** /*message*/) {
   if (path == nullptr || length < 0) return FS_ERR_INVALID_ARG;
   if (length > 0 && (handle == nullptr || callback == nullptr)) return FS_ERR_INVALID_ARG;
-  return localdisk::guarded(FS_ERR_FAILED, [&] {
+  return localdisk::catch_all(FS_ERR_FAILED, [&] {
     const localdisk::Stream stream = localdisk::open_unbuffered(GetPath(path), "re");
     if (!stream) return FS_ERR_NOT_FOUND;
     if (::fseeko(stream.get(), offset, SEEK_SET) != 0) return FS_ERR_OPERATION_FAILED;

@@ -1,7 +1,7 @@
 #include <cstdio>
 #include <utility>
 
-#include "localdisk/guard.h"
+#include "localdisk/catch_all.h"
 #include "localdisk/local_disk.h"
 #include "localdisk/os_handles.h"
 #include "localdisk/transfer_state.h"
@@ -83,7 +83,7 @@ int LocalDisk::Upload(const char* parent, std::shared_ptr<_FS_HANDLE> handle, IC
   if (parent == nullptr || file == nullptr) return FS_ERR_INVALID_ARG;
   __LOG__A(bound_logger(), LOGLEVEL_INFO, "[PROTOCOL  ] Upload %s/%s", parent, file->name.c_str());
   if (handle == nullptr || (cache == nullptr && file->size > 0)) return FS_ERR_INVALID_ARG;
-  return localdisk::guarded(FS_ERR_FAILED, [&]() -> int {
+  return localdisk::catch_all(FS_ERR_FAILED, [&]() -> int {
     Target target(GetPath(parent) + "/" + file->name);
     if (target.stream() == nullptr) return FS_ERR_NOT_FOUND;
     if (::fseeko(target.stream(), 0, SEEK_SET) != 0) {

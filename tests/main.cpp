@@ -1,9 +1,9 @@
 #include <gtest/gtest.h>
 
-#include "host/check/support/locale_of_the_process.h"
+#include "testing/process_locale.h"
 
 int main(int argc, char** argv) {
-  set_locale_of_the_process();
+  set_process_locale();
   testing::InitGoogleTest(&argc, argv);
   return RUN_ALL_TESTS();
 }

@@ -11,8 +11,8 @@
 #include <memory>
 #include <string_view>
 
-#include "host/commands.h"
-#include "host/paths.h"
+#include "host/client/errors.h"
+#include "host/client/paths.h"
 
 namespace host {
 
@@ -279,7 +279,7 @@ struct ConfigReleaser {
 
 }  // namespace
 
-FuseSession::FuseSession(Mapping& drive, OpenFiles& files, const std::string& mount_point, bool read_only)
+FuseSession::FuseSession(RootedDrive& drive, OpenFiles& files, const std::string& mount_point, bool read_only)
     : served_{drive, files} {
   const fuse_operations table = operations();
   fuse_args arguments = FUSE_ARGS_INIT(0, nullptr);

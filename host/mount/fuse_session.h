@@ -3,8 +3,8 @@
 
 #include <string>
 
-#include "host/mount/mapping.h"
 #include "host/mount/open_files.h"
+#include "host/mount/rooted_drive.h"
 
 struct fuse;
 
@@ -13,7 +13,7 @@ namespace host {
 // Mounted from construction to destruction. A mount that fails throws CommandError.
 class FuseSession {
  public:
-  FuseSession(Mapping& drive, OpenFiles& files, const std::string& mount_point, bool read_only);
+  FuseSession(RootedDrive& drive, OpenFiles& files, const std::string& mount_point, bool read_only);
   ~FuseSession();
   FuseSession(const FuseSession&) = delete;
   FuseSession& operator=(const FuseSession&) = delete;
@@ -26,7 +26,7 @@ class FuseSession {
 
  private:
   struct Served {
-    Mapping& drive;
+    RootedDrive& drive;
     OpenFiles& files;
   };
   friend Served& served();

@@ -1,12 +1,13 @@
-// The command mount.
+#include "host/mount/mount.h"
+
 #include <fmt/format.h>
 #include <syslog.h>
 
 #include <cstdio>
 #include <filesystem>
 
-#include "host/commands.h"
-#include "host/console.h"
+#include "host/client/errors.h"
+#include "host/client/report.h"
 #include "host/mount/fuse_session.h"
 
 namespace host {
@@ -27,7 +28,7 @@ bool lies_within(const fs::path& inner, const fs::path& outer) {
   }
 }
 
-// A drive that contained itself, or stood on itself, would wait for its own answers.
+// Would deadlock: answering a request would make another one.
 void expect_apart(const MountOptions& options) {
   const fs::path& point = options.mount_point;
   if (!fs::is_directory(point)) throw CommandError(fmt::format("{} is not a folder", point.string()));
@@ -46,9 +47,9 @@ void expect_cache_apart(const fs::path& cache, const MountOptions& options) {
   }
 }
 
-// Where nobody reads what is printed any more, the system's log has it.
+// In the background, errors go to syslog.
 void tell(const MountOptions& options, const std::string& line) {
-  options.foreground ? complain(line) : ::syslog(LOG_ERR, "%s", line.c_str());
+  options.foreground ? print_error(line) : ::syslog(LOG_ERR, "%s", line.c_str());
 }
 
 }  // namespace
@@ -60,7 +61,7 @@ int mount(Drive& drive, const MountOptions& options) {
   expect_apart(options);
   const fs::path cache_parent = options.cache.empty() ? fs::temp_directory_path() : options.cache;
   expect_cache_apart(cache_parent, options);
-  Mapping mapping(drive, options.root);
+  RootedDrive mapping(drive, options.root);
   CacheFolder cache(cache_parent);
   OpenFiles files(mapping, cache);
   FuseSession session(mapping, files, options.mount_point, options.read_only);

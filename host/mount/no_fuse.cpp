@@ -1,11 +1,11 @@
 // The command mount where the host was built without libfuse.
-#include "host/commands.h"
-#include "host/console.h"
+#include "host/client/report.h"
+#include "host/mount/mount.h"
 
 namespace host {
 
 int mount(Drive& /*drive*/, const MountOptions& /*options*/) {
-  complain("built without libfuse 3: install it (Debian and Ubuntu: libfuse3-dev and fuse3) and build again");
+  print_error("built without libfuse 3: install it (Debian and Ubuntu: libfuse3-dev and fuse3) and build again");
   return exit_usage;
 }
 

@@ -7,7 +7,7 @@
 #include <functional>
 #include <utility>
 
-#include "host/console.h"
+#include "host/client/report.h"
 
 namespace host {
 namespace {
@@ -20,7 +20,7 @@ bool is_at_or_below(const std::string& path, const std::string& top) {
 
 }  // namespace
 
-OpenFile::OpenFile(Mapping& drive, CacheFolder& cache, std::string path)
+OpenFile::OpenFile(RootedDrive& drive, CacheFolder& cache, std::string path)
     : drive_(drive), cache_(cache), path_(std::move(path)) {}
 
 std::optional<Attributes> OpenFile::cached_attributes() const {
@@ -42,16 +42,16 @@ std::size_t OpenFile::read(std::span<char> out, long long offset) {
 void OpenFile::write(std::span<const char> data, long long offset) {
   const ContentLock lock(content_lock_);
   take_into_cache();
-  note_change();  // before it happens: a write that fails half-way is a change
+  mark_dirty();  // before it happens: a write that fails half-way is a change
   content_->write(data, offset);
-  note_change();
+  mark_dirty();
 }
 
 void OpenFile::resize(long long size) {
   const ContentLock lock(content_lock_);
   size == 0 ? take_empty_into_cache() : take_into_cache();
   content_->resize(size);
-  note_change();
+  mark_dirty();
 }
 
 void OpenFile::set_times(const NewTimes& times) {
@@ -63,7 +63,7 @@ void OpenFile::set_times(const NewTimes& times) {
   seen_.changed = ::time(nullptr);
 }
 
-void OpenFile::list(const Mapping::Visit& visit) {
+void OpenFile::list(const RootedDrive::Visit& visit) {
   const std::shared_lock lock(content_lock_);
   drive_.list(path_, visit);
 }
@@ -72,8 +72,8 @@ void OpenFile::flush() {
   const ContentLock lock(content_lock_);
   const std::optional<Attributes> wanted = cached_attributes();
   if (!wanted || is_removed()) return;
-  const auto source = [&](std::span<unsigned char> block, long long done) {
-    const std::span<char> bytes(reinterpret_cast<char*>(block.data()), block.size());
+  const auto source = [&](unsigned char* block, std::size_t size, long long done) {
+    const std::span<char> bytes(reinterpret_cast<char*>(block), size);
     if (content_->read(bytes, done) < bytes.size()) throw_errno(EIO, path_);
   };
   on_drive_ = is_new_ ? drive_.fill_file(path_, *wanted, source) : drive_.replace_file(path_, *wanted, source);
@@ -90,9 +90,9 @@ void OpenFile::take_into_cache() {
   if (!content_ || now != on_drive_) {
     CacheFile content = cache_.new_file();
     long long done = 0;
-    drive_.fetch(path_, now.size, [&](std::span<const unsigned char> chunk) {
-      content.write({reinterpret_cast<const char*>(chunk.data()), chunk.size()}, done);
-      done += static_cast<long long>(chunk.size());
+    drive_.fetch(path_, now.size, [&](const unsigned char* data, std::size_t size) {
+      content.write({reinterpret_cast<const char*>(data), size}, done);
+      done += static_cast<long long>(size);
     });
     content_ = std::move(content);
     on_drive_ = now;
@@ -109,7 +109,7 @@ void OpenFile::take_empty_into_cache() {
   seen_ = now;
 }
 
-void OpenFile::note_change() {
+void OpenFile::mark_dirty() {
   const long long size = content_->size();
   const std::lock_guard state(state_lock_);
   changed_ = true;
@@ -122,7 +122,7 @@ bool OpenFile::is_removed() const {
   return removed_;
 }
 
-void OpenFile::leave_drive() {
+void OpenFile::mark_removed() {
   const std::lock_guard state(state_lock_);
   removed_ = true;
 }
@@ -180,7 +180,7 @@ void OpenFiles::close(OpenFile& file) {
   try {
     file.flush();
   } catch (const std::exception& error) {
-    complain(fmt::format("a changed file stays in the cache: {}", error.what()));
+    print_error(fmt::format("a changed file stays in the cache: {}", error.what()));
   }
   const std::lock_guard lock(table_lock_);
   if (file.handles_ == 0 && !file.is_cached()) drop(file);
@@ -220,7 +220,7 @@ void OpenFiles::remove(const std::string& path, const std::string& alias) {
     } catch (const std::exception& error) {
       if (!file->is_cached() || errno_of(error) != ENOENT) throw;  // others may have removed it from the folder
     }
-    file->leave_drive();
+    file->mark_removed();
   }
   const std::lock_guard lock(table_lock_);
   drop(*file);
@@ -246,7 +246,7 @@ void OpenFiles::move(const std::string& from, const std::string& to) {
   const auto end = std::partition(files.begin(), files.end(), [&](const auto& file) { return drop(*file); });
   for (auto file = files.begin(); file != end; ++file) {
     if (*file == replaced) {
-      replaced->leave_drive();
+      replaced->mark_removed();
     } else {
       (*file)->path_ = to + (*file)->path_.substr(from.size());
       files_[(*file)->path_] = *file;

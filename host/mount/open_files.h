@@ -14,7 +14,7 @@
 #include <vector>
 
 #include "host/mount/cache.h"
-#include "host/mount/mapping.h"
+#include "host/mount/rooted_drive.h"
 
 namespace host {
 
@@ -22,13 +22,13 @@ namespace host {
 // only work on the same file waits for them, and what asks for its attributes does not even then.
 class OpenFile {
  public:
-  OpenFile(Mapping& drive, CacheFolder& cache, std::string path);
+  OpenFile(RootedDrive& drive, CacheFolder& cache, std::string path);
 
   std::size_t read(std::span<char> out, long long offset);
   void write(std::span<const char> data, long long offset);
   void resize(long long size);
   void set_times(const NewTimes& times);
-  void list(const Mapping::Visit& visit);  // for a directory, which follows its moves as files do
+  void list(const RootedDrive::Visit& visit);  // for a directory, which follows its moves as files do
   // Uploads the content if it changed. On a failure it stays in the cache, as changed as it was.
   void flush();
   [[nodiscard]] Attributes attributes();  // waits for transfers where the drive has to be asked
@@ -42,10 +42,10 @@ class OpenFile {
   // These want the lock of the content, held alone.
   void take_into_cache();
   void take_empty_into_cache();
-  void note_change();
-  void leave_drive();
+  void mark_dirty();
+  void mark_removed();
 
-  Mapping& drive_;
+  RootedDrive& drive_;
   CacheFolder& cache_;
   std::string path_;  // changes under the lock of the content and that of the table: either is enough to read it
   int handles_ = 0;   // under the lock of the table
@@ -65,7 +65,7 @@ class OpenFile {
 // not run at once with remove, move and remove_directory: whoever serves the file system keeps them apart.
 class OpenFiles {
  public:
-  OpenFiles(Mapping& drive, CacheFolder& cache) : drive_(drive), cache_(cache) {}
+  OpenFiles(RootedDrive& drive, CacheFolder& cache) : drive_(drive), cache_(cache) {}
 
   // Every open wants its close.
   std::shared_ptr<OpenFile> open(const std::string& path);
@@ -98,7 +98,7 @@ class OpenFiles {
   [[nodiscard]] bool is_open(const std::string& path) const;
   bool drop(const OpenFile& file);
 
-  Mapping& drive_;
+  RootedDrive& drive_;
   CacheFolder& cache_;
   mutable std::mutex table_lock_;  // of `files_`; nothing else is waited for while it is held
   Files files_;

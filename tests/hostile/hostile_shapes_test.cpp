@@ -23,9 +23,9 @@
 #include "common/time/iso8601.h"
 #include "common/time/rfc3339.h"
 #include "common/time/strict_date.h"
-#include "host/check/support/small_stack.h"
-#include "host/check/support/temporary_folder.h"
 #include "localdisk/normalize_path.h"
+#include "testing/small_stack.h"
+#include "testing/temporary_folder.h"
 
 namespace {
 

@@ -24,10 +24,10 @@
 #include "common/time/iso8601.h"
 #include "common/time/rfc3339.h"
 #include "common/time/server_clock.h"
-#include "host/check/support/scoped_environment.h"
-#include "host/check/support/shortage.h"
-#include "host/check/support/temporary_folder.h"
 #include "localdisk/normalize_path.h"
+#include "testing/fault_injection.h"
+#include "testing/scoped_environment.h"
+#include "testing/temporary_folder.h"
 
 namespace {
 
@@ -41,7 +41,7 @@ std::wstring wide_same(std::wstring& text) { return text; }
 
 std::string owned(char* text) {
   if (text == nullptr) return kNone;
-  const shortage::Pause pause;
+  const fault_injection::Pause pause;
   std::string copy(text);
   std::free(text);
   return copy;
@@ -105,13 +105,13 @@ std::string outcome(const Utility& utility) {
   } catch (const std::bad_alloc&) {
     return "no memory";
   } catch (const std::runtime_error& error) {
-    const shortage::Pause pause;
+    const fault_injection::Pause pause;
     return std::string(error.what()) == "popen() failed!" ? "no memory" : error.what();
   }
 }
 
 TEST(ShortMemory, IsReportedAndLeaksNothing) {
-  if (!shortage::can_be_made()) GTEST_SKIP() << "a checker has its own allocator";
+  if (!fault_injection::can_be_made()) GTEST_SKIP() << "a checker has its own allocator";
   const ScopedZone zone("UTC0");
   const TemporaryFolder folder;
   const std::string file = folder.write("p", "[s]\nk=" + kText + "\nn=5\n");
@@ -119,38 +119,38 @@ TEST(ShortMemory, IsReportedAndLeaksNothing) {
     SCOPED_TRACE(utility.name);
     const std::string usual = outcome(utility);
     int felt = 0;
-    shortage::walk([&](int at, bool for_good) {
-      const long blocks = shortage::live_blocks();
-      bool was_felt = false;
+    fault_injection::for_each_allocation([&](int at, bool for_good) {
+      const long blocks = fault_injection::live_blocks();
+      bool triggered = false;
       {
         std::string answer;
         {
-          const shortage::OfMemory short_of(at, for_good);
+          const fault_injection::FailAllocation short_of(at, for_good);
           answer = outcome(utility);
-          was_felt = shortage::OfMemory::was_felt();
+          triggered = fault_injection::FailAllocation::triggered();
         }
-        EXPECT_TRUE(answer == usual || (was_felt && (answer == "no memory" || answer == utility.lesser)))
+        EXPECT_TRUE(answer == usual || (triggered && (answer == "no memory" || answer == utility.lesser)))
             << answer << ", allocation " << at;
       }
       const bool keeps_its_text = std::string_view(utility.name) == "base64";
-      EXPECT_TRUE(keeps_its_text || shortage::live_blocks() == blocks) << at;
-      felt += was_felt ? 1 : 0;
-      return was_felt && felt < 10000;
+      EXPECT_TRUE(keeps_its_text || fault_injection::live_blocks() == blocks) << at;
+      felt += triggered ? 1 : 0;
+      return triggered && felt < 10000;
     });
   }
 }
 
 TEST(ShortMemory, LeavesTheReplacedTextAsItWas) {
-  if (!shortage::can_be_made()) GTEST_SKIP() << "a checker has its own allocator";
-  shortage::walk([](int at, bool for_good) {
+  if (!fault_injection::can_be_made()) GTEST_SKIP() << "a checker has its own allocator";
+  fault_injection::for_each_allocation([](int at, bool for_good) {
     std::string text = kText;
     try {
-      const shortage::OfMemory short_of(at, for_good);
+      const fault_injection::FailAllocation short_of(at, for_good);
       replace_all(text, "o", kText);
     } catch (const std::bad_alloc&) {
       EXPECT_EQ(text, kText);
     }
-    return shortage::OfMemory::was_felt();
+    return fault_injection::FailAllocation::triggered();
   });
 }
 

@@ -5,8 +5,8 @@
 #include <array>
 #include <tuple>
 
-#include "host/check/support/scoped_environment.h"
 #include "plugin/logger.h"
+#include "testing/scoped_environment.h"
 
 namespace {
 

@@ -11,7 +11,7 @@
 #include <stdexcept>
 #include <string>
 
-#include "host/check/support/temporary_folder.h"
+#include "testing/temporary_folder.h"
 #include "tests/common/process/inheritable_descriptors.h"
 
 namespace {

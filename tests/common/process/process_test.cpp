@@ -10,7 +10,7 @@
 #include "common/process/executable_path.h"
 #include "common/process/process_id.h"
 #include "common/process/user_name.h"
-#include "host/check/support/temporary_folder.h"
+#include "testing/temporary_folder.h"
 
 namespace {
 

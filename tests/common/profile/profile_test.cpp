@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-#include "host/check/support/temporary_folder.h"
+#include "testing/temporary_folder.h"
 #include "tests/common/process/inheritable_descriptors.h"
 
 namespace {

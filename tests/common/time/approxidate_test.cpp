@@ -7,7 +7,7 @@
 #include <random>
 #include <string>
 
-#include "host/check/support/scoped_environment.h"
+#include "testing/scoped_environment.h"
 #include "tests/common/time/instants.h"
 
 namespace {

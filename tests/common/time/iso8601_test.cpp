@@ -11,7 +11,7 @@
 #include <utility>
 #include <vector>
 
-#include "host/check/support/scoped_environment.h"
+#include "testing/scoped_environment.h"
 #include "tests/common/time/instants.h"
 
 TEST(Iso8601, HonoursTheZoneOfTheText) {

@@ -7,7 +7,7 @@
 #include <tuple>
 
 #include "common/time/server_clock.h"
-#include "host/check/support/scoped_environment.h"
+#include "testing/scoped_environment.h"
 
 namespace {
 

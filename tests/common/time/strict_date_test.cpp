@@ -10,7 +10,7 @@
 #include <utility>
 #include <vector>
 
-#include "host/check/support/scoped_environment.h"
+#include "testing/scoped_environment.h"
 #include "tests/common/time/instants.h"
 
 namespace {

@@ -1,0 +1,118 @@
+// The module at work on a real folder: into the drive, back again, and every byte compared.
+#include <fmt/format.h>
+#include <stdlib.h>
+
+#include <algorithm>
+#include <chrono>
+#include <fstream>
+#include <iterator>
+#include <set>
+
+#include "host/cli/commands.h"
+#include "host/cli/console.h"
+#include "host/cli/copy.h"
+#include "host/client/paths.h"
+
+namespace host {
+namespace {
+
+namespace fs = std::filesystem;
+
+class TemporaryFolder {
+ public:
+  TemporaryFolder() : path_(fs::temp_directory_path() / "localdisk-demo-XXXXXX") {
+    std::string name = path_.string();
+    if (::mkdtemp(name.data()) == nullptr) throw CommandError(fmt::format("can't make a folder like {}", name));
+    path_ = name;
+  }
+  ~TemporaryFolder() {
+    std::error_code error;
+    fs::remove_all(path_, error);
+    if (error) print_error(fmt::format("{} is left behind: {}", path_.string(), error.message()));
+  }
+  TemporaryFolder(const TemporaryFolder&) = delete;
+  TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+  [[nodiscard]] const fs::path& path() const { return path_; }
+
+ private:
+  fs::path path_;
+};
+
+bool same_content(const fs::path& first, const fs::path& second) {
+  using Bytes = std::istreambuf_iterator<char>;
+  std::ifstream a(first, std::ios::binary), b(second, std::ios::binary);
+  return a && b && std::equal(Bytes(a), Bytes(), Bytes(b), Bytes());
+}
+
+// Compares what was copied of `original` with `copy`, which may hold nothing else, and tells each difference.
+long long count_differences(Drive& drive, const fs::path& original, const fs::path& copy) {
+  long long differences = 0;
+  const auto differs = [&](const fs::path& path, const char* how) {
+    ++differences;
+    print_error(fmt::format("{} {}", path.string(), how));
+  };
+  std::set<std::string> names;
+  drive.list(copy.string(), [&](const _FS_FILE_V2& file) { names.insert(file.name); });
+  drive.list(original.string(), [&](const _FS_FILE_V2& file) {
+    const fs::path here(file.path), there = copy / file.name;
+    if (file.type == FS_TYPE_DIRECTORY ? fs::is_symlink(here) : !fs::is_regular_file(here)) return;  // passed over
+    if (names.erase(file.name) == 0) {
+      differs(here, "was not copied");
+    } else if (file.type == FS_TYPE_DIRECTORY) {
+      differences += count_differences(drive, here, there);
+    } else if (!same_content(here, there)) {
+      differs(here, "came back with other content");
+    } else if (drive.info(there.string()).mtime != file.mtime) {
+      differs(here, "came back with another modification time");
+    }
+  });
+  for (const std::string& name : names) differs(copy / name, "is in the copy alone");
+  return differences;
+}
+
+// Runs one of the two copies and tells how fast it was.
+template <class Body>
+void timed_copy(const char* what, const CopyCounts& counts, Body&& body) {
+  const CopyCounts start = counts;
+  const auto begin = std::chrono::steady_clock::now();
+  body();
+  const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
+  const auto bytes = static_cast<double>(counts.bytes - start.bytes);
+  fmt::print("{:<8} {} files, {} folders, {} in {:.2f} s, {}/s\n", what, counts.files - start.files,
+             counts.folders - start.folders, readable_bytes(bytes), seconds, readable_bytes(bytes / seconds));
+}
+
+// The folder of the project that the module was built in, else the current one.
+std::string project_folder(const Module& module) {
+  for (fs::path folder = module.file().parent_path(); folder.has_relative_path(); folder = folder.parent_path()) {
+    if (fs::exists(folder / "CMakePresets.json") && fs::exists(folder / "localdisk")) return folder.string();
+  }
+  return fs::current_path().string();
+}
+
+}  // namespace
+
+int demo(const Module& module, Drive& drive, const std::string& given) {
+  const std::string folder = given.empty() ? project_folder(module) : absolute_path(given);
+  show_info(module, drive, folder);
+  fmt::print("\n{}\n", printable(folder));
+  list_folder(module, drive, folder, /*matching=*/{}, /*json=*/false);
+
+  const TemporaryFolder temporary;
+  const InterruptGuard interrupt;
+  Copier copier(drive, interrupt);
+  const std::string there = temporary.path().string();
+  fmt::print("\n");
+  timed_copy("written", copier.counts(), [&] { copier.put_tree(folder, there, "drive"); });
+  timed_copy("read", copier.counts(), [&] { copier.get_tree(there + "/drive", there + "/back"); });
+  const long long differences =
+      count_differences(drive, folder, there + "/drive") + count_differences(drive, folder, there + "/back");
+  if (differences != 0) {
+    fmt::print("{} differences\n", differences);
+    return exit_failed;
+  }
+  fmt::print("compared every byte and every modification time: no difference\n");
+  return exit_done;
+}
+
+}  // namespace host

@@ -1,0 +1,69 @@
+#include "host/client/module.h"
+
+#include "plugin/entry_points.h"
+#include "plugin/logger.h"
+
+#if defined(__APPLE__)
+#include <mach-o/dyld.h>
+#endif
+
+namespace host {
+namespace {
+
+namespace fs = std::filesystem;
+
+#if defined(__APPLE__)
+constexpr const char* module_name = "localdisk.dylib";
+
+fs::path executable() {
+  char path[4096] = {};
+  std::uint32_t size = sizeof path;
+  return ::_NSGetExecutablePath(path, &size) == 0 ? fs::path(path) : fs::path();
+}
+#else
+constexpr const char* module_name = "localdisk.so";
+
+fs::path executable() {
+  std::error_code unknown;
+  return fs::read_symlink("/proc/self/exe", unknown);
+}
+#endif
+
+fs::path default_module() {
+  const fs::path here = executable().parent_path();
+  for (const fs::path& folder : {here, here.parent_path(), here.parent_path() / "lib/localdisk"}) {
+    if (fs::exists(folder / module_name)) return folder / module_name;
+  }
+  throw ModuleError(std::string("no ") + module_name +
+                    " beside the executable or in the build folder: name one with --module");
+}
+
+}  // namespace
+
+Module::Module(const fs::path& file) : file_(fs::absolute(file.empty() ? default_module() : file)) {
+  library_.reset(::dlopen(file_.c_str(), RTLD_NOW | RTLD_LOCAL));
+  if (!library_) throw ModuleError(std::string("can't load the module: ") + ::dlerror());
+  char* name = nullptr;
+  function<decltype(GetSupportProtocol)>("GetSupportProtocol")(&name);
+  if (name == nullptr) throw ModuleError(file_.string() + " does not name its protocol");
+  protocol_ = name;
+  function<decltype(FreeP)>("FreeP")(name);
+}
+
+Module::~Module() {
+  if (logger_bound_) function<decltype(UnbindLogger)>("UnbindLogger")();
+}
+
+void* Module::symbol(const char* name) const {
+  void* const found = ::dlsym(library_.get(), name);
+  if (found == nullptr) throw ModuleError(file_.string() + " does not export " + name);
+  return found;
+}
+
+void Module::bind_logger(ILog* log) {
+  static_cast<void>(symbol("UnbindLogger"));  // what is bound has to come off again
+  if (!function<decltype(BindLogger)>("BindLogger")(log)) throw ModuleError("the module refused the logger");
+  logger_bound_ = true;
+}
+
+}  // namespace host

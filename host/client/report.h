@@ -1,0 +1,14 @@
+// How a program of the host tells its user what went wrong.
+#pragma once
+
+#include <string_view>
+
+namespace host {
+
+// The exit codes of the host's programs.
+inline constexpr int exit_done = 0, exit_failed = 1, exit_usage = 2, exit_cancelled = 130;
+
+// One line on standard error, after the program's name.
+void print_error(std::string_view text);
+
+}  // namespace host
