@@ -54,10 +54,10 @@ class LOCALDISK_EXPORT LocalDisk : public IProtocol_V2 {
   int SetChangesCallback(IFileChanges* changes) override;
   int GetShareableLink(_FS_FILE_V2* file, std::string& link) override;
 
-  // The local path of a host path: its plain form, with a "." after it where that ends in the divider, as "/"
+  // The local path of a host path: its normalized form, with a "." after it where that ends in the separator, as "/"
   // does. The option root_path takes no part.
   [[nodiscard]] std::string GetPath(const char* path) const;
-  // `directory` and `name` with one divider between them, unless `directory` brings one.
+  // `directory` and `name` with one separator between them, unless `directory` brings one.
   [[nodiscard]] std::string JoinPath(const std::string& directory, const std::string& name) const;
   // Fills type, path, size and times of `file`, whose name is set and whose parent has the host path
   // `directory`. When memory runs out, `file` is as it was.

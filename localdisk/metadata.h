@@ -3,16 +3,10 @@
 
 #include <sys/stat.h>
 
-#include <string>
-#include <string_view>
-
 #include "common/time/timestamp_text.h"
 #include "localdisk/file_record.h"
 
 namespace localdisk {
-
-// The last component of a host path, trailing dividers aside; "/" for a path of dividers alone.
-std::string_view last_component(std::string_view path);
 
 // The timestamp texts of the local wall clock at the three times of an entry; empty where the calendar record can't
 // hold one. The zone is the one that the last ::tzset saw, which an operation calls once before it describes entries.
@@ -26,9 +20,6 @@ struct FileTimes {
 };
 
 int type_of(const struct stat& status);
-
-// Makes `directory` the path of the entry `name` in it: with one divider between them, unless `directory` brings one.
-void append_name(std::string& directory, std::string_view name);
 
 // Whether the entry is one that the protocol moves, deletes and re-times: a regular file or a directory.
 bool is_file_or_directory(const struct stat& status);

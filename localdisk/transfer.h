@@ -47,7 +47,8 @@ struct _FS_CACHE_REQUEST {
 // Serves the blocks of an Upload on the thread that called it.
 class ICacheIO {
  public:
-  // Returns 0 when the request was served; anything else ends the upload.
+  // Returns 0 when the request was served; anything else ends the upload, and so does a block of no bytes or one that
+  // starts within the module's `buffer` and claims more than is left of it.
   virtual int ReadBlock(_FS_CACHE_REQUEST* request) = 0;
 
  protected:

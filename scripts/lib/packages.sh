@@ -31,7 +31,7 @@ need() {
 # What the module and the host are built from, and what their tests need beside that.
 build_packages=(cmake g++ libcli11-dev libfmt-dev libfuse3-dev libhowardhinnant-date-dev ninja-build
   nlohmann-json3-dev pkg-config uuid-dev fuse3)
-test_packages=(binutils diffutils googletest libgtest-dev python3 rsync sqlite3 util-linux)
+test_packages=(binutils diffutils googletest libgtest-dev locales python3 rsync sqlite3 util-linux)
 
 # What checks, describes, packs and compares the result.
 check_packages=(abigail-tools clang-19 clang-tidy-19 doxygen dpkg-dev file gzip libc++-19-dev libc++abi-19-dev

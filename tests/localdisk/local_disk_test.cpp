@@ -5,7 +5,7 @@
 #include <array>
 #include <tuple>
 
-#include "plugin/logger.h"
+#include "plugin/log_line.h"
 #include "testing/scoped_environment.h"
 
 namespace {
@@ -79,6 +79,6 @@ TEST(LocalDisk, ForwardsThroughItsTable) {
   EXPECT_EQ(disk.asked, "///tmp");
 }
 
-TEST(Logger, DropsALineWithoutALogger) { __LOG__A(nullptr, LOGLEVEL_INFO, "%s", "nobody hears this"); }
+TEST(Logger, DropsALineWithoutALogger) { localdisk::__LOG__A(nullptr, LOGLEVEL_INFO, "%s", "nobody hears this"); }
 
 }  // namespace

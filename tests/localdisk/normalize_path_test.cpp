@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "localdisk/memrchr.h"
+#include "localdisk/paths.h"
 
 namespace {
 
