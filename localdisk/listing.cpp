@@ -42,7 +42,8 @@ class Record {
     } else {
       file_.type = described == Described::by_target ? localdisk::type_of(status) : FS_TYPE_FILE;
       file_.size = status.st_size;
-      localdisk::FileTimes(status).put_into(file_);
+      times_.set(status);
+      times_.put_into(file_);
     }
     return &file_;
   }
@@ -60,6 +61,7 @@ class Record {
 
   std::string prefix_;  // of every path: the host path of the folder, which a separator follows or ends
   std::size_t host_path_length_;
+  localdisk::FileTimes times_;
   _FS_FILE_V2 file_;
 };
 

@@ -9,25 +9,28 @@
 
 namespace localdisk {
 
-namespace {
-
-TimestampText wall_clock(time_t instant) noexcept {
+void WallClock::set(time_t instant) noexcept {
+  if (instant_ == instant) return;
+  instant_ = instant;
   tm local{};
-  return ::localtime_r(&instant, &local) == nullptr ? TimestampText() : TimestampText(local);
+  text_ = ::localtime_r(&instant, &local) == nullptr ? TimestampText() : TimestampText(local);
 }
 
-}  // namespace
-
-FileTimes::FileTimes(const struct stat& status) noexcept
-    : ctime(wall_clock(status.st_ctime)), atime(wall_clock(status.st_atime)), mtime(wall_clock(status.st_mtime)) {}
+void FileTimes::set(const struct stat& status) noexcept {
+  ctime_.set(status.st_ctime);
+  if (status.st_mtime == status.st_ctime) mtime_ = ctime_;
+  mtime_.set(status.st_mtime);
+  if (status.st_atime == status.st_mtime) atime_ = mtime_;
+  atime_.set(status.st_atime);
+}
 
 void FileTimes::put_into(_FS_FILE_V2& file) const {
-  file.ctime.reserve(ctime.view().size());
-  file.atime.reserve(atime.view().size());
-  file.mtime.reserve(mtime.view().size());
-  file.ctime = ctime.view();
-  file.atime = atime.view();
-  file.mtime = mtime.view();
+  file.ctime.reserve(ctime_.view().size());
+  file.atime.reserve(atime_.view().size());
+  file.mtime.reserve(mtime_.view().size());
+  file.ctime = ctime_.view();
+  file.atime = atime_.view();
+  file.mtime = mtime_.view();
 }
 
 int type_of(const struct stat& status) { return S_ISDIR(status.st_mode) ? FS_TYPE_DIRECTORY : FS_TYPE_FILE; }
@@ -38,7 +41,9 @@ bool is_file_or_directory(const struct stat& status) { return S_ISREG(status.st_
 
 void LocalDisk::FillData(std::string directory, struct stat* status, _FS_FILE_V2* file) const {
   localdisk::append_name(directory, file->name);
-  localdisk::FileTimes(*status).put_into(*file);
+  localdisk::FileTimes times;
+  times.set(*status);
+  times.put_into(*file);
   // Nothing below can fail.
   file->type = localdisk::type_of(*status);
   file->path = std::move(directory);

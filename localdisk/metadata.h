@@ -3,20 +3,38 @@
 
 #include <sys/stat.h>
 
+#include <ctime>
+#include <optional>
+#include <string_view>
+
 #include "common/time/timestamp_text.h"
 #include "localdisk/file_record.h"
 
 namespace localdisk {
 
-// The timestamp texts of the local wall clock at the three times of an entry; empty where the calendar record can't
-// hold one. The zone is the one that the last ::tzset saw, which an operation calls once before it describes entries.
-struct FileTimes {
-  explicit FileTimes(const struct stat& status) noexcept;
+// The local wall clock at one instant as a timestamp text; empty where the calendar record can't hold it. The zone is
+// the one that the last ::tzset saw, which an operation calls once before it describes entries.
+class WallClock {
+ public:
+  void set(time_t instant) noexcept;
+  [[nodiscard]] std::string_view view() const noexcept { return text_.view(); }
+
+ private:
+  std::optional<time_t> instant_;  // of the text, for it takes a while to tell
+  TimestampText text_;
+};
+
+// The texts of the three times of an entry. Entries that are described one after the other by one object share what
+// the last one has in common with them: what was written together has its times together.
+class FileTimes {
+ public:
+  void set(const struct stat& status) noexcept;
 
   // Writes the texts into the strings that the record has. Gets the memory for all of them before it changes one.
   void put_into(_FS_FILE_V2& file) const;
 
-  TimestampText ctime, atime, mtime;
+ private:
+  WallClock ctime_, atime_, mtime_;
 };
 
 int type_of(const struct stat& status);
