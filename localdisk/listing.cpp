@@ -23,9 +23,9 @@ Described examine(int directory, const char* name, struct stat& status) {
   return Described::not_at_all;
 }
 
-// The record that the entries of one listing share. Every member is set anew for each of them, for the host may have
-// changed or emptied it; what stays is the memory that the texts hold, which a large listing would otherwise ask for
-// ten times an entry.
+// The record that the entries of one listing share. Every member is set anew for each of them, for the host may
+// have changed or emptied it; what stays is the memory that the texts hold, which a large listing would otherwise
+// ask for ten times an entry.
 class Record {
  public:
   explicit Record(const char* host_path) : prefix_(host_path), host_path_length_(prefix_.size()) {

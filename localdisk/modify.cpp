@@ -12,8 +12,8 @@
 #include "localdisk/metadata.h"
 #include "localdisk/paths.h"
 
-// Each text that an operation needs is made before the system is asked to change anything: memory that runs
-// out then fails an operation that has not happened.
+// Each text that an operation needs is made before the system is asked to change anything: memory that runs out then
+// fails an operation that has not happened.
 
 namespace {
 

@@ -3,8 +3,8 @@
 #include "localdisk/catch_all.h"
 #include "localdisk/shared_value.h"
 
-// Both stay in plain types, as the host knows them; `ll` needs no code at load where the standard library's mutex is
-// made of constants.
+// Both stay in plain types, as the host knows them; `ll` needs no code at load where the standard library's mutex
+// is made of constants.
 ILog* logger = nullptr;
 std::mutex ll;
 
