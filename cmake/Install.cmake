@@ -29,6 +29,11 @@ foreach(tool localdisk-host localdisk-check)
   endif()
 endforeach()
 
+# Not a command of its own: localdisk-host starts it from beside the module.
+if(TARGET localdisk-mount)
+  install(TARGETS localdisk-mount RUNTIME DESTINATION "${module_dir}" COMPONENT Tools)
+endif()
+
 set(public_headers "${PROJECT_SOURCE_DIR}/cmake/public_headers.txt")
 set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${public_headers}")
 file(STRINGS "${public_headers}" headers REGEX "^[^#]")
