@@ -22,6 +22,8 @@
 
 namespace {
 
+using localdisk::is_digit;
+
 using Microseconds = std::chrono::time_point<std::chrono::system_clock, std::chrono::microseconds>;
 
 constexpr std::ptrdiff_t longest_seconds = 9;  // characters that the library takes: two, the dot, microseconds

@@ -4,6 +4,7 @@
 #include <limits>
 
 #include "common/time/rfc3339.h"
+#include "common/time/timestamp_text.h"
 
 namespace {
 
@@ -35,7 +36,7 @@ std::string AdjustOffsetForServerTime(long instant) {
 std::string NoAdjustOffsetForServerTime(long instant) { return TimeToRFC3339(instant); }
 
 std::string AdjustServerTimeOffset(const char* text) {
-  tm fields = read_rfc3339_fields(text);
+  tm fields = localdisk::read_timestamp(text);
   const time_t as_standard_time = ::mktime(&fields);
   tm normalised = fields;
   normalised.tm_isdst = -1;

@@ -10,8 +10,12 @@
 #include <utility>
 #include <vector>
 
+#include "common/time/date_at.h"
 #include "testing/scoped_environment.h"
 #include "tests/common/time/instants.h"
+
+using localdisk::Clock;
+using localdisk::parse_date_at;
 
 namespace {
 
