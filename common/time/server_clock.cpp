@@ -1,7 +1,6 @@
 #include "common/time/server_clock.h"
 
 #include <ctime>
-#include <limits>
 
 #include "common/time/rfc3339.h"
 #include "common/time/timestamp_text.h"
@@ -16,10 +15,10 @@ long zone_offset_at(time_t instant) {
   return static_cast<long>(::difftime(instant, ::mktime(&utc)));
 }
 
+// An instant so near to the ends of a long that it can't be shifted stays: it has no text either way.
 long shifted(long instant, long seconds) {
   long sum = 0;
-  if (!__builtin_add_overflow(instant, seconds, &sum)) return sum;
-  return seconds < 0 ? std::numeric_limits<long>::min() : std::numeric_limits<long>::max();
+  return __builtin_add_overflow(instant, seconds, &sum) ? instant : sum;
 }
 
 }  // namespace
