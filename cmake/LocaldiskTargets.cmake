@@ -38,8 +38,9 @@ function(localdisk_export_list target list)
     list(JOIN symbols ";\n    " text)
     set(script "${PROJECT_BINARY_DIR}/${target}.map")
     file(CONFIGURE OUTPUT "${script}" CONTENT "{\n  global:\n    ${text};\n  local: *;\n};\n" @ONLY)
-    # The exported names are generic and a host may define the same ones: the module's own calls stay inside it.
-    target_link_options(${target} PRIVATE "LINKER:--version-script=${script}" "LINKER:-Bsymbolic-functions")
+    # The exported names are generic, and the host or another library of its process may define the same ones: each
+    # reference of the module to its functions, data, tables and type information stays inside it.
+    target_link_options(${target} PRIVATE "LINKER:--version-script=${script}" "LINKER:-Bsymbolic")
     if(NOT CMAKE_CXX_FLAGS MATCHES "-fsanitize")  # a sanitizer's functions come from the program
       target_link_options(${target} PRIVATE "LINKER:--no-undefined")
     endif()
