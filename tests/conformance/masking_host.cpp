@@ -103,10 +103,10 @@ int main(int argc, char** argv) {
   auto* const protocol = static_cast<Protocol*>(object);
   _FS_FILE_V2 file;
   file.name = "absent";
-  protocol->Upload("/dev/null", nullptr, nullptr, &file, kNoFlag, nullptr);
+  protocol->Upload("/dev/null", nullptr, nullptr, &file, no_flag, nullptr);
   expect(log.lines == 1, "an upload is announced to the logger that was bound");
   reinterpret_cast<void (*)()>(::dlsym(module, "UnbindLogger"))();
-  protocol->Upload("/dev/null", nullptr, nullptr, &file, kNoFlag, nullptr);
+  protocol->Upload("/dev/null", nullptr, nullptr, &file, no_flag, nullptr);
   expect(log.lines == 1, "and to none after that");
 
   expect(protocol->GetFileInfo("//dev/./shm/../null", &file, nullptr) == 0, "the module normalises by itself");

@@ -29,7 +29,7 @@ TEST(Operations, FindNoFolderWhereNoPathIsLeft) {
     EXPECT_EQ(drive->Rename(moved.c_str(), folder, &file, nullptr), 19);
     EXPECT_EQ(drive->MoveDir(drive.folder.path().c_str(), folder, &file, nullptr), 19);
     EXPECT_EQ(drive->CreateDirectory(folder, &file, nullptr), 19);
-    EXPECT_EQ(drive->Upload(folder, handle.shared, nullptr, &file, kNoFlag, nullptr), 19);
+    EXPECT_EQ(drive->Upload(folder, handle.shared, nullptr, &file, no_flag, nullptr), 19);
     EXPECT_TRUE(file.path.empty() && file.mtime.empty());
     EXPECT_EQ(file_content(moved), "abc");
     EXPECT_FALSE(std::filesystem::exists("/" + name));

@@ -107,7 +107,7 @@ class Drive {
     _FS_FILE_V2 file;
     file.name = name;
     file.size = size;
-    return protocol_->Upload(folder.path().c_str(), handle.shared, &source, &file, kNoFlag, nullptr);
+    return protocol_->Upload(folder.path().c_str(), handle.shared, &source, &file, no_flag, nullptr);
   }
 
   TemporaryFolder folder;

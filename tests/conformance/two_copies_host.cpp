@@ -39,7 +39,7 @@ struct Copy {
   }
   void announce() const {  // an upload that goes no further than its line
     _FS_FILE_V2 file;
-    static_cast<Protocol*>(object)->Upload("/", nullptr, nullptr, &file, kNoFlag, nullptr);
+    static_cast<Protocol*>(object)->Upload("/", nullptr, nullptr, &file, no_flag, nullptr);
   }
 
   Manager manager;
