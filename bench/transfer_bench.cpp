@@ -91,7 +91,7 @@ long long random_page() {
 long long random_odd_offset() { return random_page() + static_cast<long long>(random_number() % page | 1); }
 
 void add_random_read(const char* name, long long (*offset)(), long long length) {
-  bench::Row(name).module([=] { return read_by_module(offset(), length); }).limit([=] {
+  bench::Row(name).module([=] { return read_by_module(offset(), length); }).baseline([=] {
     return read_by_system_calls(offset(), length);
   });
 }
@@ -122,7 +122,7 @@ int upload_by_system_calls(long long size) {
 }
 
 void add_upload(const char* name, long long size) {
-  bench::Row(name).module([size] { return upload_by_module(size); }).limit([size] {
+  bench::Row(name).module([size] { return upload_by_module(size); }).baseline([size] {
     return upload_by_system_calls(size);
   });
 }
@@ -130,10 +130,10 @@ void add_upload(const char* name, long long size) {
 }  // namespace
 
 void bench::add_transfer_rows() {
-  Row("Read 1 GiB").module([] { return read_by_module(0, gigabyte); }).limit([] {
+  Row("Read 1 GiB").module([] { return read_by_module(0, gigabyte); }).baseline([] {
     return read_by_system_calls(0, gigabyte);
   });
-  Row("Read 256 MiB from an odd offset").module([] { return read_by_module(odd_offset, gigabyte / 4); }).limit([] {
+  Row("Read 256 MiB from an odd offset").module([] { return read_by_module(odd_offset, gigabyte / 4); }).baseline([] {
     return read_by_system_calls(odd_offset, gigabyte / 4);
   });
   add_random_read("Read 512 KiB at random", random_page, FS_CHUNK_SIZE);

@@ -24,7 +24,7 @@ TEST(LocalDisk, MapsHostPathsToThemselves) {
 }
 
 TEST(LocalDisk, FillsARecordFromAStatus) {
-  const ScopedZone berlin(kBerlin);
+  const ScopedZone berlin(berlin_zone);
   LocalDisk disk(nullptr);
   struct stat status {};
   status.st_mode = S_IFSOCK;
