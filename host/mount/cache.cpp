@@ -125,7 +125,7 @@ long long CacheFile::next_data(long long offset) const {
 #if defined(SEEK_DATA)
   const off_t data = ::lseek(file_.get(), offset, SEEK_DATA);
   if (data >= 0) return data;
-  if (errno == ENXIO) return size_;
+  if (errno == ENXIO && ::lseek(file_.get(), 0, SEEK_END) == size_) return size_;
 #endif
   return offset;
 }

@@ -115,10 +115,13 @@ rm -r "${drive:?}"/* "$drive/.localdisk-upload-mine"
 
 step "$operations random operations, one thread"
 "$random_files" "$drive" "$plain" 4711 "$operations" 1
+diff -r "$plain" "$root"
 step "$operations random operations, 8 threads"
 rm -rf "${drive:?}"/* "${plain:?}"/*
 "$random_files" "$drive" "$plain" 815 "$operations" 8
 diff -r "$plain" "$root"
+diff -r "$drive" "$root"
+expect "$(ls -AR "$drive" | sed "s|$drive||")" "$(ls -AR "$root" | sed "s|$root||")"
 rm -rf "${drive:?}"/*
 
 step "a database"
@@ -182,6 +185,7 @@ if ! mount -t tmpfs -o size=4m tmpfs "$small" 2>/dev/null; then
   echo "SKIPPED this step: not allowed to mount a tmpfs"
   exit 0
 fi
+rm -rf "${cache:?}"/*
 mount_drive "$small"
 head -c 1500000 /dev/urandom >"$base/older"
 cp "$base/older" "$drive/older"
