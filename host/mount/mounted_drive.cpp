@@ -1,14 +1,17 @@
 #include "host/mount/mounted_drive.h"
 
 #include <fmt/format.h>
-#include <syslog.h>
 
 #include <cstdio>
 #include <filesystem>
 
 #include "host/client/errors.h"
 #include "host/client/report.h"
+#include "host/mount/cache.h"
+#include "host/mount/drive_files.h"
 #include "host/mount/fuse_session.h"
+#include "host/mount/messages.h"
+#include "host/mount/rooted_drive.h"
 
 namespace host {
 namespace {
@@ -47,9 +50,29 @@ void expect_cache_apart(const fs::path& cache, const MountOptions& options) {
   }
 }
 
-// In the background, errors go to syslog.
-void tell(const MountOptions& options, const std::string& line) {
-  options.foreground ? print_error(line) : ::syslog(LOG_ERR, "%s", line.c_str());
+// What drives have left here that were killed.
+void take_over(RootedDrive& drive, const fs::path& cache_parent, const std::string& root) {
+  for (const AbandonedCache& cache : find_abandoned(cache_parent)) {
+    const bool is_of_this_root = cache.kept.root == root;
+    if (is_of_this_root) {
+      for (const auto& [number, path] : cache.kept.contents) {
+        drive.remove_leftover(path, cache.kept.upload_prefix, number);
+      }
+      for (const auto& [aside, path] : cache.kept.replaced) {
+        // The kill came between the two steps of a replacement.
+        if (drive.find(aside) && !drive.find(path)) drive.move(aside, path, /*directory=*/false);
+      }
+      for (const std::string& aside : cache.kept.removed) {
+        if (drive.find(aside)) drive.remove_file(aside);
+      }
+    } else if (!cache.kept.removed.empty() || !cache.kept.replaced.empty()) {
+      continue;  // the next drive of its root ends it
+    }
+    for (const RescuedContent& rescued : rescue_contents(cache)) {
+      tell(fmt::format("an earlier drive of {} was ended before it could write {}: its content is in {}",
+                       cache.kept.root, rescued.path, rescued.kept.string()));
+    }
+  }
 }
 
 }  // namespace
@@ -59,25 +82,30 @@ int run_drive(Drive& drive, const MountOptions& options) {
     throw CommandError(fmt::format("{} is not a folder", options.root));
   }
   expect_apart(options);
-  const fs::path cache_parent = options.cache.empty() ? fs::temp_directory_path() : options.cache;
+  const fs::path cache_parent = options.cache.empty() ? default_cache_folder() : options.cache;
   expect_cache_apart(cache_parent, options);
-  RootedDrive mapping(drive, options.root);
+  RootedDrive rooted(drive, options.root);
+  if (!options.read_only) take_over(rooted, cache_parent, options.root);
   CacheFolder cache(cache_parent);
-  OpenFiles files(mapping, cache);
-  FuseSession session(mapping, files, options.mount_point, options.read_only);
+  cache.journal().note_root(options.root, rooted.own_prefix());
+  DriveFiles files(rooted, cache);
+  FuseSession session(files, options.root, options.mount_point, options.read_only);
   fmt::print("{} is mounted at {}{}; to unmount: {} {}\n", options.root, options.mount_point,
              options.read_only ? ", read-only" : "", unmount_command, options.mount_point);
   if (!options.read_only) {
     fmt::print("what can't be written in the end will be in {}\n", cache.rescue_folder().string());
   }
   std::fflush(stdout);
-  if (!options.foreground) session.detach();
+  if (!options.foreground) {
+    session.detach();
+    tell_syslog();
+  }
   const bool good = session.serve();
 
-  const auto rescued = files.finish();
+  const auto rescued = files.flush_all();
   for (const auto& file : rescued) {
-    tell(options, fmt::format("{} could not be written, its content is kept in {}: {}", file.path, file.kept.string(),
-                              file.reason));
+    tell(fmt::format("{} could not be written, its content is kept in {}: {}", file.path, file.kept.string(),
+                     file.reason));
   }
   return good && rescued.empty() ? exit_done : exit_failed;
 }
