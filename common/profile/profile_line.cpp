@@ -6,6 +6,7 @@
 #include "common/text/ascii.h"
 
 namespace localdisk {
+
 std::optional<std::string_view> section_name(std::string_view line) {
   constexpr std::size_t shortest_header = 3;
   if (line.size() < shortest_header || line.front() != '[' || line.back() != ']') return std::nullopt;
