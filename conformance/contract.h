@@ -7,6 +7,24 @@
 #include <memory>
 #include <string>
 
+enum Status : int {
+  FS_OK = 0,
+  FS_ERR_FAILED = 1,
+  FS_ERR_BUFFER_TOO_SMALL = 5,
+  FS_ERR_INVALID_ARG = 6,
+  FS_ERR_NOT_SUPPORTED = 8,
+  FS_ERR_READ = 10,
+  FS_ERR_SEEK = 11,
+  FS_ERR_READ_CANCELLED = 13,
+  FS_ERR_UPLOAD_CANCELLED = 14,
+  FS_ERR_NOT_FOUND = 19,
+  FS_ERR_OPERATION_FAILED = 24,
+};
+
+constexpr int type_file = 1, type_directory = 2;
+constexpr int stop_state = 3;             // of a transfer's handle
+constexpr long long chunk_size = 524288;  // the most that travels at once
+
 struct _FS_FILE_V2 {
   std::string path;
   int type{};
@@ -32,8 +50,8 @@ struct _FS_CACHE_REQUEST {
   long long total_size, reserved[3];
 };
 
-enum LOGLEVEL : int { kInfo = 2 };
-enum UPLOAD_FLAG : int { kNoFlag = 0, kSomeFlag = 7 };
+enum LOGLEVEL : int { level_info = 2 };
+enum UPLOAD_FLAG : int { no_flag = 0, some_flag = 7 };
 class IFileChanges;
 class ILocalConfiguration;
 class IProtocolAuth;

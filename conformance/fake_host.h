@@ -1,8 +1,6 @@
 // A host for the checks: its callbacks, and the protocol object of the module under test.
 #pragma once
 
-#include <sys/stat.h>
-
 #include <functional>
 #include <map>
 #include <memory>
@@ -12,20 +10,18 @@
 #include <vector>
 
 #include "conformance/contract.h"
+#include "conformance/expect.h"
 #include "conformance/harness.h"
-#include "testing/scoped_environment.h"
-#include "testing/temporary_folder.h"
-
-constexpr long long kChunk = 524288;
 
 struct HostError {};  // what callbacks throw when they are told to
 
 template <class Signature>
 auto* entry(const char* name) {
   auto* const found = reinterpret_cast<Signature*>(harness::symbol(name));
-  if (found == nullptr) harness::give_up(__FILE__, __LINE__, fmt::format("{} is not exported", name));
+  if (found == nullptr) harness::give_up(fmt::format("{} is not exported", name));
   return found;
 }
+using CreateObject = bool(IProtocolManager*, void**);
 
 // The manager and the logger may be called from several threads at once.
 struct Manager final : IProtocolManager {
@@ -33,6 +29,7 @@ struct Manager final : IProtocolManager {
   std::string pid = "pid-7";
   std::string module_id;
   std::vector<std::string> values;
+  int pids_asked = 0;
   bool throws = false;
   bool quiet = false;  // then it hands the pid over and needs no memory
   int GetPid(const char* module, char* buffer, int* length) override;
@@ -50,15 +47,9 @@ struct Log final : ILog {
   std::mutex lock;
   std::vector<std::string> lines;
   std::function<void()> then = [] {};
-  void First() override { harness::fail(__FILE__, __LINE__, "the logger's first entry was called"); }
-  void Second() override { harness::fail(__FILE__, __LINE__, "the logger's second entry was called"); }
+  void First() override { harness::fail("The module called the logger's first entry, which is the host's own"); }
+  void Second() override { harness::fail("The module called the logger's second entry, which is the host's own"); }
   [[gnu::format(printf, 3, 0)]] void LogV(LOGLEVEL level, const char* format, va_list arguments) override;
-};
-
-struct Chunk {
-  long long offset;
-  unsigned long long length;
-  bool operator==(const Chunk&) const = default;
 };
 
 struct Receiver final : IFetchCallback {
@@ -70,15 +61,12 @@ struct Receiver final : IFetchCallback {
 
 // Serves `content`; `answer` may change what a block says, or its result.
 struct Source final : ICacheIO {
+  Source() = default;
+  explicit Source(std::string served) : content(std::move(served)) {}
   std::string content;
   std::vector<long long> offsets;
   std::function<int(_FS_CACHE_REQUEST&)> answer = [](_FS_CACHE_REQUEST&) { return 0; };
   int ReadBlock(_FS_CACHE_REQUEST* request) override;
-};
-
-struct Report {
-  long long total, done;
-  bool operator==(const Report&) const = default;
 };
 
 // A transfer handle whose reports are kept.
@@ -89,30 +77,57 @@ struct Transfer {
   Transfer();
   Transfer(const Transfer&) = delete;
   Transfer& operator=(const Transfer&) = delete;
-  void stop() { __atomic_store_n(&handle->state, 3, __ATOMIC_RELEASE); }
+  void stop() { __atomic_store_n(&handle->state, stop_state, __ATOMIC_RELEASE); }
 };
 
-// The object under test, in a folder of its own. Its end checks what every operation promises: no descriptor
-// is left open, no share of a handle kept, no message stored.
-class Drive {
+// The object under test with its options set, and a folder to work in. Its end checks what every operation promises:
+// no descriptor is left open, no share of a handle kept, no message stored.
+class Session {
+ public:
+  Session();
+  Session(const Session&) = delete;
+  Session& operator=(const Session&) = delete;
+
+  Protocol* operator->() { return object_; }
+  Manager manager;
+  std::string folder;
+  char* message = nullptr;
+
+  // Of what stands at a path that must be there.
+  _FS_FILE_V2 info(const std::string& path);
+  // Into the folder, unless another is named. A negative size stands for that of the content.
+  int upload(std::string name, Source& source, Transfer& transfer, long long size = -1);
+  int upload_into(const std::string& parent, std::string name, Source& source, Transfer& transfer,
+                  long long size = -1);
+  int read(const std::string& path, long long offset, long long length, Receiver& receiver, Transfer& transfer);
+
+ protected:
+  ~Session();
+
+ private:
+  Protocol* object_ = nullptr;
+  int descriptors_;
+};
+
+// With a folder of its own under the root that the caller named, which it makes and empties by operations alone.
+class Drive final : public Session {
  public:
   Drive();
   ~Drive();
   Drive(const Drive&) = delete;
   Drive& operator=(const Drive&) = delete;
 
-  Protocol* operator->() { return object_; }
-  Manager manager;
-  TemporaryFolder folder;
-  char* message = nullptr;
-
-  _FS_FILE_V2 info(const std::string& path);
-  int upload(std::string name, Source& source, Transfer& transfer, long long size = -1);
-  int read(const std::string& path, long long offset, long long length, Receiver& receiver, Transfer& transfer);
+  std::string operator/(std::string_view name) const { return folder + "/" + std::string(name); }
+  // What the check needs to be there; gives the check up when it can't be had. Both answer the path.
+  std::string make_file(const std::string& name, std::string content);
+  std::string make_folder(const std::string& name);
+  // What the file holds that must be there.
+  std::string content(const std::string& path);
+  // The status, or the end of the check when the module does not offer the operation.
+  static int offered(std::string_view operation, int status);
 
  private:
-  Protocol* object_ = nullptr;
-  int descriptors_;
+  void remove_all(const std::string& path);
 };
 
 // Of the first thousand, which is enough: the system gives out the lowest that is free.
@@ -121,35 +136,10 @@ int open_descriptors();
 // Content whose every position tells itself from its neighbours.
 std::string pattern(long long size);
 
-// Without the rights of root, if the check has them, while it lives.
-class Unprivileged {
- public:
-  Unprivileged();
-  ~Unprivileged();
-  Unprivileged(const Unprivileged&) = delete;
-  Unprivileged& operator=(const Unprivileged&) = delete;
-
- private:
-  bool was_root_;
-};
-
 // A record of the host's with each member set, to see what an operation leaves alone.
 _FS_FILE_V2 marked_record(std::string name);
 std::string as_text(const _FS_FILE_V2& file);
-
-template <>
-struct fmt::formatter<std::vector<Chunk>> : fmt::formatter<std::string> {
-  auto format(const std::vector<Chunk>& chunks, fmt::format_context& context) const {
-    std::string text;
-    for (const Chunk& chunk : chunks) text += fmt::format("{}+{} ", chunk.offset, chunk.length);
-    return fmt::formatter<std::string>::format(text, context);
-  }
-};
-template <>
-struct fmt::formatter<std::vector<Report>> : fmt::formatter<std::string> {
-  auto format(const std::vector<Report>& reports, fmt::format_context& context) const {
-    std::string text;
-    for (const Report& report : reports) text += fmt::format("{}/{} ", report.done, report.total);
-    return fmt::formatter<std::string>::format(text, context);
-  }
-};
+// Whether a record that an operation filled still has what belongs to the host.
+bool keeps_host_members(const _FS_FILE_V2& file);
+// "X changed the record although it failed", when it did.
+void expect_untouched(std::string_view call, const _FS_FILE_V2& file, const _FS_FILE_V2& before);

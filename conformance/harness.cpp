@@ -1,19 +1,20 @@
 #include "conformance/harness.h"
 
 #include <dlfcn.h>
-#include <fcntl.h>
-#include <poll.h>
-#include <signal.h>
-#include <sys/wait.h>
-#include <unistd.h>
+#include <fmt/format.h>
+#include <stdlib.h>
+#include <sys/stat.h>
 
+#include <algorithm>
 #include <array>
 #include <atomic>
-#include <chrono>
-#include <cstring>
-#include <filesystem>
+#include <cstdio>
+#include <exception>
 #include <nlohmann/json.hpp>
-#include <vector>
+
+#include "conformance/handshake.h"
+#include "conformance/separate_process.h"
+#include "testing/temporary_folder.h"
 
 namespace harness {
 namespace {
@@ -21,14 +22,7 @@ namespace {
 enum class Outcome { passed, failed, skipped };
 constexpr std::array<const char*, 3> outcome_names{"passed", "FAILED", "skipped"};
 
-struct Skip {
-  std::string reason;
-};
-
-struct Result {
-  Outcome outcome;
-  std::string reason;
-};
+struct Skip {};  // the reason is reported by then
 
 std::vector<Check>& checks() {
   static std::vector<Check> all;
@@ -37,119 +31,168 @@ std::vector<Check>& checks() {
 
 // The state of the process that runs one check.
 void* loaded_module = nullptr;
-int report_descriptor = -1;
+const Options* current_options = nullptr;
 std::atomic<bool> failed = false;  // checks run threads of their own
 
-void report(const std::string& text) {
-  if (::write(report_descriptor, text.data(), text.size()) < 0) ::_exit(3);
-}
+constexpr int skipped_code = 2;
 
-[[noreturn]] void run_here(const Check& check, const std::string& module) {
-  loaded_module = ::dlopen(module.c_str(), RTLD_NOW | RTLD_LOCAL);
+int run_here(const Check& check) {
+  loaded_module = ::dlopen(current_options->module.c_str(), RTLD_NOW | RTLD_LOCAL);
   try {
-    if (loaded_module == nullptr) {
-      fail(__FILE__, __LINE__, fmt::format("the module can't be loaded: {}", ::dlerror()));
-    } else {
-      check.body();
-    }
-  } catch (const Skip& skipped) {
-    report(skipped.reason);
-    ::_exit(failed ? 1 : 2);
+    if (loaded_module == nullptr) give_up(fmt::format("The module can't be loaded: {}", ::dlerror()));
+    check.body();
+  } catch (const Skip&) {
+    return failed ? broken : skipped_code;
   } catch (const std::exception& error) {
-    fail(__FILE__, __LINE__, fmt::format("an exception came out: {}", error.what()));
+    fail(fmt::format("An exception left the module: {}", error.what()));
   } catch (...) {
-    fail(__FILE__, __LINE__, "an exception came out");
+    fail("An exception left the module");
   }
-  std::exit(failed ? 1 : 0);  // with the checkers' work at exit, and what they then say as the exit code
+  return failed ? broken : kept;
 }
 
-// What the check's process reports until it ends; kills it when the time is up.
-std::string collect(int descriptor, pid_t process, int seconds) {
-  using Clock = std::chrono::steady_clock;
-  const auto end = Clock::now() + std::chrono::seconds(seconds);
-  std::string text;
-  for (std::array<char, 4096> part;;) {
-    const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(end - Clock::now()).count();
-    pollfd readable{descriptor, POLLIN, 0};
-    if (left <= 0 || ::poll(&readable, 1, static_cast<int>(left)) == 0) {
-      ::kill(process, SIGKILL);
-      return text + fmt::format("no end after {} seconds; ", seconds);
-    }
-    const ssize_t got = ::read(descriptor, part.data(), part.size());
-    if (got <= 0) return text;
-    text.append(part.data(), static_cast<std::size_t>(got));
-  }
+struct Result {
+  Outcome outcome;
+  std::vector<std::string> reasons;
+};
+
+// The first sentences, each once: the others of a check mostly follow from them.
+std::vector<std::string> telling(const std::vector<std::string>& lines) {
+  constexpr std::size_t most = 5;
+  std::vector<std::string> told;
+  for (const std::string& line : lines)
+    if (std::find(told.begin(), told.end(), line) == told.end()) told.push_back(line);
+  if (told.size() <= most) return told;
+  const std::size_t left_out = told.size() - most;
+  told.resize(most);
+  told.push_back(fmt::format("and {} more", left_out));
+  return told;
 }
 
-Result run_apart(const Check& check, const Options& options) {
-  std::array<int, 2> ends{};
-  if (::pipe2(ends.data(), O_CLOEXEC) != 0) return {Outcome::failed, "no pipe to be had"};
-  std::fflush(nullptr);
-  const pid_t process = ::fork();
-  if (process == 0) {
-    ::close(ends[0]);
-    report_descriptor = ends[1];
-    run_here(check, options.module);
-  }
-  ::close(ends[1]);
-  std::string reason = process < 0 ? "no process to be had" : collect(ends[0], process, options.seconds_a_check);
-  ::close(ends[0]);
-  int status = 0;
-  if (process > 0) ::waitpid(process, &status, 0);
-  if (WIFSIGNALED(status)) return {Outcome::failed, reason + "ended by signal: " + ::strsignal(WTERMSIG(status))};
-  if (process > 0 && WEXITSTATUS(status) == 2) return {Outcome::skipped, reason};
-  if (process < 0 || WEXITSTATUS(status) != 0)
-    return {Outcome::failed, reason.empty() ? "a checker's report" : reason};
-  return {Outcome::passed, ""};
+Result run_check(const Check& check) {
+  const ProcessResult process = run_apart([&] { return run_here(check); }, current_options->seconds_a_check);
+  Result result{Outcome::failed, telling(process.lines)};
+  if (process.exit_code == kept) result.outcome = Outcome::passed;
+  if (process.exit_code == skipped_code) result.outcome = Outcome::skipped;
+  if (result.outcome == Outcome::failed && result.reasons.empty()) result.reasons = {"A sanitizer's report"};
+  return result;
 }
 
 void print(const Check& check, const Result& result, bool json) {
-  const char* const name = outcome_names[static_cast<std::size_t>(result.outcome)];
+  const char* const outcome = outcome_names[static_cast<std::size_t>(result.outcome)];
   if (json) {
-    const nlohmann::json line{
-        {"check", check.name}, {"promise", check.promise}, {"outcome", name}, {"reason", result.reason}};
+    const nlohmann::json line{{"group", group_name(check.group)},
+                              {"check", check.name},
+                              {"promise", check.promise},
+                              {"outcome", outcome},
+                              {"reasons", result.reasons}};
     fmt::print("{}\n", line.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace));
   } else {
-    fmt::print("{:<8} {:<28} {}\n", name, check.name, check.promise);
-    if (!result.reason.empty()) fmt::print("         {}\n", result.reason);
+    fmt::print("{:<8} {:<9} {:<18} {}\n", outcome, group_name(check.group), check.name, check.promise);
+    for (const std::string& reason : result.reasons) fmt::print("         {}\n", reason);
   }
   std::fflush(stdout);
 }
 
+std::vector<Check> selected(const Options& options) {
+  std::vector<Check> found;
+  for (const Group group : groups) {
+    if (!options.groups.empty() &&
+        std::find(options.groups.begin(), options.groups.end(), group) == options.groups.end())
+      continue;
+    for (const Check& check : checks())
+      if (check.group == group && check.name.find(options.filter) != std::string_view::npos) found.push_back(check);
+  }
+  return found;
+}
+
+int refuse(const std::string& reason) {
+  fmt::print(stderr, "localdisk-check: {}\n", reason);
+  return nothing_checked;
+}
+
+// Loads the module once: whether that can be done at all, whether the module was built for this program's standard
+// library, and which type it says it is of, which may stay unknown.
+int meet(const std::string& module) {
+  void* const library = ::dlopen(module.c_str(), RTLD_NOW | RTLD_LOCAL);
+  if (library == nullptr) return report_line(fmt::format("{} can't be loaded: {}", module, ::dlerror())), broken;
+  if (const std::string mixed = standard_library_mismatch(library); !mixed.empty())
+    return report_line(fmt::format("{}: {}", module, mixed)), broken;
+  report_line("");
+  const auto name_type = reinterpret_cast<void (*)(char**)>(::dlsym(library, "GetSupportProtocol"));
+  char* name = nullptr;
+  if (name_type != nullptr) name_type(&name);
+  if (name != nullptr) report_line(name);
+  return kept;
+}
+
 }  // namespace
+
+std::string_view group_name(Group group) {
+  constexpr std::array<std::string_view, 3> names{"contract", "disk", "localdisk"};
+  return names[static_cast<std::size_t>(group)];
+}
 
 int add(const Check& check) {
   checks().push_back(check);
   return 0;
 }
 
-void fail(const char* file, int line, std::string reason) {
+void fail(std::string_view sentence) {
   failed = true;
-  report(fmt::format("{}:{}: {}; ", std::filesystem::path(file).filename().string(), line, reason));
+  report_line(sentence);
 }
 
-void give_up(const char* file, int line, std::string reason) {
-  fail(file, line, std::move(reason));
+void give_up(std::string_view sentence) {
+  fail(sentence);
   throw Skip{};
 }
 
-void skip(std::string reason) { throw Skip{std::move(reason)}; }
+void skip(std::string reason) {
+  report_line(reason);
+  throw Skip{};
+}
 
 void* symbol(const char* name) { return ::dlsym(loaded_module, name); }
+const Options& options() { return *current_options; }
 
-int run(const Options& options) {
+int list(const Options& options) {
+  for (const Check& check : selected(options)) {
+    if (options.json) {
+      const nlohmann::json line{
+          {"group", group_name(check.group)}, {"check", check.name}, {"promise", check.promise}};
+      fmt::print("{}\n", line.dump());
+    } else {
+      fmt::print("{:<9} {:<18} {}\n", group_name(check.group), check.name, check.promise);
+    }
+  }
+  return kept;
+}
+
+int run(Options options) {
+  const TemporaryFolder folder;  // for all that the checks make, so that nothing stays of one that was killed
+  ::chmod(folder.path().c_str(), 0711);
+  ::setenv("TMPDIR", folder.path().c_str(), 1);
+  end_on_interrupt();
+
+  const ProcessResult met = run_apart([&] { return meet(options.module); }, options.seconds_a_check);
+  if (met.lines.empty() || !met.lines.front().empty())
+    return refuse(met.lines.empty() ? options.module + " can't be loaded" : met.lines.front());
+  const bool is_localdisk = met.lines.size() > 1 && met.lines[1] == "localdisk";
+  if (options.groups.empty() && !is_localdisk) options.groups = {Group::contract};
+  if (options.root.empty()) options.root = is_localdisk ? folder.path() : "/";
+  current_options = &options;
+
+  const std::vector<Check> chosen = selected(options);
+  if (chosen.empty()) return refuse(fmt::format("no check has '{}' in its name", options.filter));
   std::array<int, 3> counts{};
-  for (const Check& check : checks()) {
-    if (check.name.find(options.filter) == std::string_view::npos) continue;
-    const Result result = run_apart(check, options);
+  for (const Check& check : chosen) {
+    const Result result = run_check(check);
+    if (was_interrupted()) return refuse("interrupted");
     ++counts[static_cast<std::size_t>(result.outcome)];
     print(check, result, options.json);
   }
   const auto [passed, failures, skipped] = counts;
-  if (passed + failures + skipped == 0) {
-    fmt::print(stderr, "No check has '{}' in its name.\n", options.filter);
-    return 1;
-  }
   const bool good = failures == 0 && passed > 0;
   if (options.json) {
     fmt::print("{}\n",
@@ -159,8 +202,7 @@ int run(const Options& options) {
                good ? "the module keeps the contract"
                     : (failures > 0 ? "the module BREAKS the contract" : "nothing was checked"));
   }
-  constexpr int undecided = 2;
-  return good ? 0 : (failures > 0 ? 1 : undecided);
+  return good ? kept : (failures > 0 ? broken : nothing_checked);
 }
 
 }  // namespace harness

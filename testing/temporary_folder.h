@@ -18,8 +18,11 @@ class TemporaryFolder {
     path_ = path;
   }
   ~TemporaryFolder() {
-    std::error_code ignored;
-    std::filesystem::remove_all(path_, ignored);
+    std::error_code failed;
+    std::filesystem::remove_all(path_, failed);
+    if (!failed) return;
+    open_up(path_);
+    std::filesystem::remove_all(path_, failed);
   }
   TemporaryFolder(const TemporaryFolder&) = delete;
   TemporaryFolder& operator=(const TemporaryFolder&) = delete;
@@ -34,6 +37,15 @@ class TemporaryFolder {
   }
 
  private:
+  // Gives the owner back the rights that a test took from folders of its own.
+  static void open_up(const std::filesystem::path& folder) {
+    namespace fs = std::filesystem;
+    std::error_code ignored;
+    fs::permissions(folder, fs::perms::owner_all, fs::perm_options::add, ignored);
+    for (const auto& entry : fs::directory_iterator(folder, ignored))
+      if (fs::is_directory(entry.symlink_status(ignored))) open_up(entry.path());
+  }
+
   std::string path_;
 };
 

@@ -29,7 +29,7 @@
 
 namespace {
 
-constexpr std::size_t kMega = kStackIsChecked ? 100'000 : 1'000'000;  // the checkers take their time
+constexpr std::size_t kMega = stack_is_checked ? 100'000 : 1'000'000;  // the checkers take their time
 
 std::string repeated(std::string_view part, std::size_t size) {
   std::string text;

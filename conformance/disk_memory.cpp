@@ -1,21 +1,18 @@
 // Each operation with each of its allocations failing.
-#include <cstdlib>
+#include <algorithm>
 #include <cstring>
-#include <filesystem>
 
-#include "conformance/fake_host.h"
+#include "conformance/disk_host.h"
 #include "testing/fault_injection.h"
-
-namespace fs = std::filesystem;
 
 namespace {
 
 // Longer than any string keeps within itself, so that each copy needs memory.
-constexpr const char* kName = "a-name-that-no-string-keeps-within-itself";
-constexpr const char* kOther = "another-name-that-no-string-keeps-within-itself";
-const std::string kContent = "content";
+constexpr const char* first_name = "a-name-that-no-string-keeps-within-itself";
+constexpr const char* second_name = "another-name-that-no-string-keeps-within-itself";
+const std::string old_content = "content";
 
-// Callbacks that need no memory: the shortage is for the module alone.
+// Callbacks that need no memory: the fault is for the module alone.
 struct QuietHost final : IFileList, IFetchCallback, ICacheIO {
   int entries = 0;
   unsigned long long received = 0;
@@ -25,29 +22,29 @@ struct QuietHost final : IFileList, IFetchCallback, ICacheIO {
     return 0;
   }
   int ReadBlock(_FS_CACHE_REQUEST* request) override {
-    std::memcpy(request->buffer, kContent.data(), kContent.size());
-    request->delivered = static_cast<long long>(kContent.size());
+    std::memcpy(request->buffer, old_content.data(), old_content.size());
+    request->delivered = static_cast<long long>(old_content.size());
     return 0;
   }
 };
 
-// One operation on a folder that holds the file kName and nothing else.
+// One operation on a folder that holds the file first_name and nothing else.
 struct Round {
-  explicit Round(Drive& used) : drive(used) {
+  explicit Round(DiskDrive& used) : drive(used) {
     for (const auto& entry : fs::directory_iterator(folder)) fs::remove_all(entry.path());
-    drive.folder.write(kName, kContent);
+    drive.write(first_name, old_content);
     record.path = file;
-    record.size = static_cast<long long>(kContent.size());
+    record.size = static_cast<long long>(old_content.size());
     before = as_text(record);
   }
   [[nodiscard]] bool has(const char* name) const { return fs::exists(folder + "/" + name); }
   [[nodiscard]] bool is_record_kept() const { return as_text(record) == before; }
   [[nodiscard]] bool is_described(const char* name) const { return record.path == folder + "/" + name; }
 
-  Drive& drive;
-  const std::string folder = drive.folder.path();
-  const std::string file = drive.folder / kName;
-  _FS_FILE_V2 record = marked_record(kOther);
+  DiskDrive& drive;
+  const std::string folder = drive.folder;
+  const std::string file = drive / first_name;
+  _FS_FILE_V2 record = marked_record(second_name);
   std::string before, access = "2020-01-02T03:04:05.000Z", modification = access, creation = access;
   std::shared_ptr<_FS_HANDLE> handle = std::make_shared<_FS_HANDLE>();
   QuietHost host;
@@ -60,7 +57,7 @@ struct Operation {
   bool (*kept)(const Round&, int status);  // whether the disk, the record and the host saw what the status says
 };
 
-const Operation kOperations[] = {
+const Operation operations[] = {
     {"GetFileList",
      {19, 24},
      [](Round& r) { return r.drive->GetFileList(r.folder.c_str(), &r.host, nullptr); },
@@ -68,25 +65,25 @@ const Operation kOperations[] = {
     {"GetFileInfo",
      {24},
      [](Round& r) { return r.drive->GetFileInfo(r.file.c_str(), &r.record, nullptr); },
-     [](const Round& r, int status) { return status == 0 ? r.is_described(kName) : r.is_record_kept(); }},
+     [](const Round& r, int status) { return status == 0 ? r.is_described(first_name) : r.is_record_kept(); }},
     {"Move",
      {24},
      [](Round& r) { return r.drive->Move(r.file.c_str(), r.folder.c_str(), &r.record, nullptr); },
      [](const Round& r, int status) {
-       if (status != 0) return r.is_record_kept() && r.has(kName) && !r.has(kOther);
-       return (r.is_record_kept() || r.is_described(kOther)) && r.has(kOther) && !r.has(kName);
+       if (status != 0) return r.is_record_kept() && r.has(first_name) && !r.has(second_name);
+       return (r.is_record_kept() || r.is_described(second_name)) && r.has(second_name) && !r.has(first_name);
      }},
     {"CreateDirectory",
      {24},
      [](Round& r) { return r.drive->CreateDirectory(r.folder.c_str(), &r.record, nullptr); },
      [](const Round& r, int status) {
-       if (status != 0) return r.is_record_kept() && !r.has(kOther);
-       return (r.is_record_kept() || r.is_described(kOther)) && r.has(kOther);
+       if (status != 0) return r.is_record_kept() && !r.has(second_name);
+       return (r.is_record_kept() || r.is_described(second_name)) && r.has(second_name);
      }},
     {"Delete",
      {24},
      [](Round& r) { return r.drive->Delete(&r.record, nullptr); },
-     [](const Round& r, int status) { return r.is_record_kept() && r.has(kName) == (status != 0); }},
+     [](const Round& r, int status) { return r.is_record_kept() && r.has(first_name) == (status != 0); }},
     {"SetFileTime",
      {24},
      [](Round& r) {
@@ -97,13 +94,13 @@ const Operation kOperations[] = {
     {"Read",
      {1, 19, 24},
      [](Round& r) { return r.drive->Read(r.file.c_str(), 0, 7, r.handle, &r.host, nullptr); },
-     [](const Round& r, int status) { return r.host.received == (status == 0 ? kContent.size() : 0); }},
+     [](const Round& r, int status) { return r.host.received == (status == 0 ? old_content.size() : 0); }},
     {"Upload",
      {1, 19, 24},
-     [](Round& r) { return r.drive->Upload(r.folder.c_str(), r.handle, &r.host, &r.record, kNoFlag, nullptr); },
+     [](Round& r) { return r.drive->Upload(r.folder.c_str(), r.handle, &r.host, &r.record, no_flag, nullptr); },
      [](const Round& r, int status) {
        const bool written = status == 0 || status == 24;  // 24: written, but there was no memory to describe it
-       return r.has(kOther) == written && (status != 0 || r.is_described(kOther));
+       return r.has(second_name) == written && (status != 0 || r.is_described(second_name));
      }},
     {"SetOpt",
      {24},
@@ -111,9 +108,9 @@ const Operation kOperations[] = {
      [](const Round& r, int status) {
        std::string root(4096, '#');
        int length = 4096;
-       EXPECT_EQ(r.drive->GetRootID(root.data(), &length), 0);
+       expect_status("GetRootID", r.drive->GetRootID(root.data(), &length), FS_OK);
        const bool changed = root.substr(0, static_cast<std::size_t>(length)) == r.file;
-       EXPECT_EQ(r.drive->SetOpt("root_path", "/"), 0);
+       expect_status("SetOpt", r.drive->SetOpt("root_path", "/"), FS_OK);
        return changed == (status == 0);
      }},
     {"GetUserInfo",
@@ -126,102 +123,87 @@ const Operation kOperations[] = {
      [](const Round&, int) { return true; }},
 };
 
-// Answers whether the shortage was felt.
-bool run_short(const Operation& operation, Drive& drive, int at, bool for_good) {
+// Answers whether the failure was met.
+bool run_failing(const Operation& operation, DiskDrive& drive, int at, bool for_good) {
   const auto wrong = [&](const std::string& what) {
-    harness::fail(__FILE__, __LINE__, fmt::format("{} {} (allocation {})", operation.name, what, at));
+    harness::fail(fmt::format("{} whose allocation {} fails {}", operation.name, at, what));
   };
   const long blocks = fault_injection::live_blocks();
-  bool felt = false;
+  bool triggered = false;
   {
     Round round(drive);
     const int descriptors = open_descriptors();
     int status = -1;
     {
-      const fault_injection::FailAllocation short_of(at, for_good);
+      const fault_injection::FailAllocation failing(at, for_good);
       status = operation.run(round);
-      felt = fault_injection::FailAllocation::triggered();
+      triggered = fault_injection::FailAllocation::triggered();
     }
     const bool failed = std::count(operation.failures.begin(), operation.failures.end(), status) > 0;
-    if (status != 0 && !(felt && failed)) wrong(fmt::format("answers {}", status));
-    if (!operation.kept(round, status)) wrong(fmt::format("answers {} and has done something else", status));
-    if (open_descriptors() != descriptors) wrong("leaves a descriptor open");
-    if (round.handle.use_count() != 1) wrong("keeps a share of the handle");
+    if (status != 0 && !(triggered && failed)) wrong(fmt::format("answered {}", status_text(status)));
+    if (!operation.kept(round, status)) wrong(fmt::format("answered {} and did something else", status_text(status)));
+    if (open_descriptors() != descriptors) wrong("left a descriptor open");
+    if (round.handle.use_count() != 1) wrong("kept a share of the handle");
   }
-  if (fault_injection::live_blocks() != blocks) wrong("leaves memory behind");
-  return felt;
+  if (fault_injection::live_blocks() != blocks) wrong("left memory behind");
+  return triggered;
 }
 
-void need_shortage() {
+void need_faults() {
   if (!fault_injection::can_be_made())
-    harness::skip("this checker was built with an allocator that can't be taken over");
+    harness::skip("This program was built with a sanitizer, which has taken the allocator already");
 }
 
 }  // namespace
 
-BOUNDARY_CHECK(short_operations, "memory.operations",
-               "An operation that finds no memory says so, leaks nothing and keeps the host's record whole") {
-  need_shortage();
-  const ScopedEnvironment user("USER", kName);
+CONFORMANCE_CHECK(disk, "memory.operations",
+                  "An operation that finds no memory says so, leaks nothing and keeps the host's record whole") {
+  need_faults();
+  const ScopedEnvironment user("USER", first_name);
   const ScopedZone zone("UTC0");  // without a zone the C library allocates its own text anew at every look
-  Drive drive;
-  for (const Operation& operation : kOperations) {
+  DiskDrive drive;
+  for (const Operation& operation : operations) {
     {
       Round once(drive);
       operation.run(once);
     }  // makes what is made once in a process
-    int felt = 0;
+    int triggered = 0;
     fault_injection::for_each_allocation([&](int at, bool for_good) {
-      const bool again = run_short(operation, drive, at, for_good);
-      felt += again ? 1 : 0;
-      return again && felt < 1000;
+      const bool again = run_failing(operation, drive, at, for_good);
+      triggered += again ? 1 : 0;
+      return again && triggered < 1000;
     });
   }
 }
 
-BOUNDARY_CHECK(short_entry, "memory.entry", "An entry point that finds no memory makes nothing and says so") {
-  need_shortage();
-  const auto create = entry<bool(IProtocolManager*, void**)>("GetProtocol");
+CONFORMANCE_CHECK(disk, "memory.entry", "An entry point that finds no memory makes nothing and says so") {
+  need_faults();
+  const auto create = entry<CreateObject>("GetProtocol");
   const auto name_protocol = entry<void(char**)>("GetSupportProtocol");
   Manager manager;
-  manager.pid = kName;
+  manager.pid = first_name;
   manager.quiet = true;
   fault_injection::for_each_allocation([&](int at, bool for_good) {
     const long blocks = fault_injection::live_blocks();
     void* object = &manager;
     char* name = nullptr;
-    bool made = false, felt = false;
+    bool made = false, triggered = false;
     {
-      const fault_injection::FailAllocation short_of(at, for_good);
+      const fault_injection::FailAllocation failing(at, for_good);
       made = create(&manager, &object);
-      felt = fault_injection::FailAllocation::triggered();
+      triggered = fault_injection::FailAllocation::triggered();
     }
-    EXPECT_EQ(made, !felt);
-    EXPECT_EQ(object == &manager, !made);
+    expect(made == !triggered, "GetProtocol answered true without the memory that it asked for, or false with it");
+    expect((object == &manager) == !made, "GetProtocol answered false and stored an object");
     if (made) static_cast<Protocol*>(object)->Release();
     {
-      const fault_injection::FailAllocation short_of(at, for_good);
+      const fault_injection::FailAllocation failing(at, for_good);
       name_protocol(&name);
-      EXPECT_EQ(name == nullptr, fault_injection::FailAllocation::triggered());
+      expect((name == nullptr) == fault_injection::FailAllocation::triggered(),
+             "GetSupportProtocol stored something else than null without memory");
     }
     entry<void(void*)>("FreeP")(name);
-    EXPECT_EQ(fault_injection::live_blocks(), blocks);
-    return felt;
+    expect(fault_injection::live_blocks() == blocks, "An entry point that found no memory left some behind");
+    return triggered;
   });
-}
-
-BOUNDARY_CHECK(short_close, "faults.close", "An upload whose file can't be closed has failed and leaves no file") {
-  need_shortage();
-  Drive drive;
-  Source source;
-  Transfer transfer;
-  source.content = pattern(kChunk + 1);
-  int status = 0;
-  {
-    const fault_injection::FailClose short_of;
-    status = drive.upload("f", source, transfer);
-  }
-  if (!fault_injection::FailClose::triggered()) harness::skip("the module doesn't close its files through fclose");
-  EXPECT_EQ(status, 1);
-  EXPECT(!fs::exists(drive.folder / "f"));
 }
