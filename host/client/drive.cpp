@@ -174,7 +174,8 @@ std::optional<_FS_FILE_V2> Drive::find(const std::string& path) {
   try {
     return info(path);
   } catch (const OperationError& error) {
-    const bool absent = error.reason() == ENOENT || error.reason() == ENOTDIR;
+    const int reason = error.reason();  // 0 from a module that keeps its entries elsewhere
+    const bool absent = reason == 0 || reason == ENOENT || reason == ENOTDIR;
     if (error.status() == FS_ERR_NOT_FOUND && absent) return std::nullopt;
     throw;
   }

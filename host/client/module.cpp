@@ -1,5 +1,6 @@
 #include "host/client/module.h"
 
+#include "host/client/module_file.h"
 #include "plugin/entry_points.h"
 #include "plugin/logger.h"
 
@@ -38,11 +39,22 @@ fs::path default_module() {
                     " beside the executable or in the build folder: name one with --module");
 }
 
+// The loader's reason, without the file's name, which it puts in front.
+std::string loader_error() {
+  const char* const error = ::dlerror();
+  const std::string text = error != nullptr ? error : "the loader gives no reason";
+  const std::size_t colon = text.front() == '/' ? text.find(": ") : std::string::npos;
+  return colon == std::string::npos ? text : text.substr(colon + 2);
+}
+
 }  // namespace
 
 Module::Module(const fs::path& file) : file_(fs::absolute(file.empty() ? default_module() : file)) {
+  const std::string refusal = "can't load the module " + file_.string() + ": ";
+  if (const std::string damage = find_damage(file_); !damage.empty()) throw ModuleError(refusal + damage);
   library_.reset(::dlopen(file_.c_str(), RTLD_NOW | RTLD_LOCAL));
-  if (!library_) throw ModuleError(std::string("can't load the module: ") + ::dlerror());
+  if (!library_) throw ModuleError(refusal + loader_error());
+  if (const std::string why = find_foreign_library(library_.get()); !why.empty()) throw ModuleError(refusal + why);
   char* name = nullptr;
   function<decltype(GetSupportProtocol)>("GetSupportProtocol")(&name);
   if (name == nullptr) throw ModuleError(file_.string() + " does not name its protocol");

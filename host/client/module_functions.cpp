@@ -4,23 +4,9 @@
 
 #include <algorithm>
 
+#include "host/client/decorated_names.h"
+
 namespace host {
-namespace {
-
-// The standard library's string is part of the decorated names.
-#if defined(_LIBCPP_VERSION)
-constexpr const char* profile_string_symbol =
-    "_Z23GetPrivateProfileStringNSt3__112basic_stringIcNS_11char_traitsIcEENS_9allocatorIcEEEES5_S5_PciS5_";
-constexpr const char* profile_int_symbol =
-    "_Z20GetPrivateProfileIntNSt3__112basic_stringIcNS_11char_traitsIcEENS_9allocatorIcEEEES5_jS5_";
-#else
-constexpr const char* profile_string_symbol =
-    "_Z23GetPrivateProfileStringNSt7__cxx1112basic_stringIcSt11char_traitsIcESaIcEEES4_S4_PciS4_";
-constexpr const char* profile_int_symbol =
-    "_Z20GetPrivateProfileIntNSt7__cxx1112basic_stringIcSt11char_traitsIcESaIcEEES4_jS4_";
-#endif
-
-}  // namespace
 
 bool ModuleFunctions::matches(const std::string& expression, const std::string& name, bool ignore_case) const {
   using Match = bool(const char*, const char*, bool);
@@ -51,15 +37,15 @@ std::string ModuleFunctions::profile_text(const std::string& file, const std::st
   constexpr std::size_t longest_line = 2047;  // no value is longer
   std::string value(std::max(longest_line, default_value.size()) + 1, '\0');
   using Read = unsigned int(std::string, std::string, std::string, char*, int, std::string);
-  value.resize(module_.function<Read>(profile_string_symbol)(section, key, default_value, value.data(),
-                                                             static_cast<int>(value.size()), file));
+  value.resize(module_.function<Read>(own_library.profile_string)(section, key, default_value, value.data(),
+                                                                  static_cast<int>(value.size()), file));
   return value;
 }
 
 unsigned int ModuleFunctions::profile_number(const std::string& file, const std::string& section,
                                              const std::string& key, unsigned int default_value) const {
   using Read = unsigned int(std::string, std::string, unsigned int, std::string);
-  return module_.function<Read>(profile_int_symbol)(section, key, default_value, file);
+  return module_.function<Read>(own_library.profile_int)(section, key, default_value, file);
 }
 
 }  // namespace host
