@@ -37,6 +37,7 @@ void released(void* memory) {
 
 }  // namespace
 
+#pragma GCC visibility push(default)  // the module is to find these
 extern "C" {
 void* malloc(std::size_t size) { return counted(__libc_malloc(size)); }
 void* calloc(std::size_t count, std::size_t size) { return counted(__libc_calloc(count, size)); }
@@ -54,6 +55,7 @@ int posix_memalign(void** memory, std::size_t alignment, std::size_t size) {
   return *memory == nullptr ? ENOMEM : 0;
 }
 }
+#pragma GCC visibility pop
 
 bench::Allocations bench::allocations_of(const std::function<void()>& work) {
   used = {};

@@ -55,7 +55,7 @@ template <class Folder>
 void add_row(const char* name, int entries, Folder folder) {
   bench::Row row(name, entries);
   row.module([folder] { return list_by_module(folder()); });
-  row.limit([folder] { return list_by_system_calls(folder()); });
+  row.baseline([folder] { return list_by_system_calls(folder()); });
 #if defined(LOCALDISK_BENCH_GIO)
   row.peer([folder] { return list_by_peer(folder()); });
 #endif

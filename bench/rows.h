@@ -1,8 +1,8 @@
 // The rows of the benchmark. A row is one piece of work done by up to three sides, each a function that does it once:
 //
-//   module  the module's export or protocol operation, called across the boundary as a host calls it
-//   limit   the same result by a bare loop of system calls, or by the plainest code that gives it
-//   peer    the library function that a user would otherwise take
+//   module    the module's export or protocol operation, called across the boundary as a host calls it
+//   baseline  the same result by a bare loop of system calls, or by the plainest code that gives it
+//   peer      the library function that a user would otherwise take
 //
 // Neighbouring sides are measured one right after the other, and only their ratio is reported: a machine that other
 // work slows down slows all sides of a row.
@@ -41,8 +41,8 @@ class Row {
     return add("module", work, units_);
   }
   template <class Work>
-  Row& limit(Work work) {
-    return add("limit", work, 0);
+  Row& baseline(Work work) {
+    return add("baseline", work, 0);
   }
   template <class Work>
   Row& peer(Work work) {

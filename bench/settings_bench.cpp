@@ -77,7 +77,7 @@ template <class File>
 void add_profile(const char* name, File file, const char* section, const char* key) {
   bench::Row row(name);
   row.module([=] { return setting(file(), section, key); });
-  row.limit([=] { return lines_with(file(), key); });
+  row.baseline([=] { return lines_with(file(), key); });
 #if defined(LOCALDISK_BENCH_INIH)
   row.peer([=] { return by_peer(file(), section, key); });
 #endif
@@ -107,7 +107,9 @@ void bench::add_settings_and_path_rows() {
   add_profile("profile, last of 100 sections", file_of_sections, "section 99", "key9");
   add_profile("profile, 10 000 lines", file_of_lines, "only", "key9999");
   constexpr std::string_view path = "/home/user/Documents/../Pictures/./2024//holiday/IMG_0001.jpeg";
-  Row("ToExactPath").module([=] { return ToExactPath(path.data()); }).limit([=] { return joined_components(path); });
+  Row("ToExactPath").module([=] { return ToExactPath(path.data()); }).baseline([=] {
+    return joined_components(path);
+  });
   Row("normalize_path")
       .module([=] {
         char* const plain = normalize_path(path.data(), path.size());
@@ -115,5 +117,5 @@ void bench::add_settings_and_path_rows() {
         std::free(plain);
         return last;
       })
-      .limit([=] { return joined_components(path); });
+      .baseline([=] { return joined_components(path); });
 }

@@ -77,10 +77,23 @@ long long read_by_system_calls(long long offset, long long length) {
   return done;
 }
 
-long long random_page() {
+unsigned long long random_number() {
   static unsigned long long state = 1;
   state = state * 6364136223846793005ULL + 1442695040888963407ULL;
-  return static_cast<long long>(state >> 33) % (gigabyte / 4096) * 4096;
+  return state >> 33;
+}
+
+// Of the file less a chunk.
+long long random_page() {
+  constexpr auto places = (gigabyte - FS_CHUNK_SIZE) / page;
+  return static_cast<long long>(random_number() % places * page);
+}
+long long random_odd_offset() { return random_page() + static_cast<long long>(random_number() % page | 1); }
+
+void add_random_read(const char* name, long long (*offset)(), long long length) {
+  bench::Row(name).module([=] { return read_by_module(offset(), length); }).baseline([=] {
+    return read_by_system_calls(offset(), length);
+  });
 }
 
 int upload_by_module(long long size) {
@@ -109,7 +122,7 @@ int upload_by_system_calls(long long size) {
 }
 
 void add_upload(const char* name, long long size) {
-  bench::Row(name).module([size] { return upload_by_module(size); }).limit([size] {
+  bench::Row(name).module([size] { return upload_by_module(size); }).baseline([size] {
     return upload_by_system_calls(size);
   });
 }
@@ -117,15 +130,15 @@ void add_upload(const char* name, long long size) {
 }  // namespace
 
 void bench::add_transfer_rows() {
-  Row("Read 1 GiB").module([] { return read_by_module(0, gigabyte); }).limit([] {
+  Row("Read 1 GiB").module([] { return read_by_module(0, gigabyte); }).baseline([] {
     return read_by_system_calls(0, gigabyte);
   });
-  Row("Read 256 MiB from an odd offset").module([] { return read_by_module(odd_offset, gigabyte / 4); }).limit([] {
+  Row("Read 256 MiB from an odd offset").module([] { return read_by_module(odd_offset, gigabyte / 4); }).baseline([] {
     return read_by_system_calls(odd_offset, gigabyte / 4);
   });
-  Row("Read 4 KiB at random").module([] { return read_by_module(random_page(), page); }).limit([] {
-    return read_by_system_calls(random_page(), page);
-  });
+  add_random_read("Read 512 KiB at random", random_page, FS_CHUNK_SIZE);
+  add_random_read("Read 512 KiB at odd offsets", random_odd_offset, FS_CHUNK_SIZE);
+  add_random_read("Read 4 KiB at random", random_page, page);
   add_upload("Upload 128 MiB", 128 << 20);
   add_upload("Upload 64 KiB", 64 << 10);
   add_upload("Upload 1 KiB", 1 << 10);

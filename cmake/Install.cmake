@@ -29,6 +29,11 @@ foreach(tool localdisk-host localdisk-check)
   endif()
 endforeach()
 
+# Not a command of its own: localdisk-host starts it from beside the module.
+if(TARGET localdisk-mount)
+  install(TARGETS localdisk-mount RUNTIME DESTINATION "${module_dir}" COMPONENT Tools)
+endif()
+
 set(public_headers "${PROJECT_SOURCE_DIR}/cmake/public_headers.txt")
 set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${public_headers}")
 file(STRINGS "${public_headers}" headers REGEX "^[^#]")
@@ -53,7 +58,7 @@ configure_file(cmake/localdisk.pc.in localdisk.pc @ONLY)
 install(FILES "${PROJECT_BINARY_DIR}/localdisk.pc" DESTINATION "${pkgconfig_dir}" COMPONENT Development)
 
 install(FILES docs/examples/sample_host.cpp DESTINATION "${examples_dir}" COMPONENT Development)
-install(FILES docs/host-guide.md docs/utilities.md DESTINATION "${CMAKE_INSTALL_DOCDIR}" COMPONENT Development)
+install(FILES LICENSE docs/host-guide.md docs/utilities.md DESTINATION "${CMAKE_INSTALL_DOCDIR}" COMPONENT Development)
 
 # Manual pages and changelogs lie compressed, as the distributions want them; without a time stamp, so that two builds
 # of one source are the same.

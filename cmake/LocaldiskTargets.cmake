@@ -8,10 +8,6 @@ function(localdisk_target target)
                                            -Wold-style-cast -Wcast-align -Wformat=2 -Wundef
                                            # g++ 12 sees overlaps in the standard library's own strings
                                            $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>)
-  if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_FLAGS MATCHES "-fsanitize")
-    # With a checker on, g++ 12 takes members inside the standard library's expressions for values never set.
-    target_compile_options(${target} PRIVATE -Wno-maybe-uninitialized)
-  endif()
   if(LOCALDISK_DEVELOPER_MODE)
     target_compile_options(${target} PRIVATE -Werror)
   endif()
@@ -42,9 +38,12 @@ function(localdisk_export_list target list)
     list(JOIN symbols ";\n    " text)
     set(script "${PROJECT_BINARY_DIR}/${target}.map")
     file(CONFIGURE OUTPUT "${script}" CONTENT "{\n  global:\n    ${text};\n  local: *;\n};\n" @ONLY)
-    # The exported names are generic and a host may define the same ones: the module's own calls stay inside it.
-    target_link_options(${target} PRIVATE "LINKER:--version-script=${script}" "LINKER:-Bsymbolic-functions"
-                                          "LINKER:--no-undefined")
+    # The exported names are generic, and the host or another library of its process may define the same ones: each
+    # reference of the module to its functions, data, tables and type information stays inside it.
+    target_link_options(${target} PRIVATE "LINKER:--version-script=${script}" "LINKER:-Bsymbolic")
+    if(NOT CMAKE_CXX_FLAGS MATCHES "-fsanitize")  # a sanitizer's functions come from the program
+      target_link_options(${target} PRIVATE "LINKER:--no-undefined")
+    endif()
   endif()
   set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS "${script}")
 endfunction()

@@ -7,6 +7,7 @@
 #include "common/path/path_text.h"
 #include "fuzz/target.h"
 #include "localdisk/normalize_path.h"
+#include "localdisk/paths.h"
 
 namespace {
 

@@ -3,8 +3,8 @@
 #include <iomanip>
 #include <sstream>
 
+#include "common/time/date_at.h"
 #include "common/time/rfc3339.h"
-#include "common/time/strict_date.h"
 #include "fuzz/target.h"
 #include "fuzz/zone.h"
 
@@ -25,17 +25,17 @@ std::string printed(time_t instant, const char* form) {
 
 FUZZ_TARGET(strict_date) {
   use_zone("CET-1CEST,M3.5.0,M10.5.0/3");
-  const Clock clock(timeval{kNow, 0});
+  const localdisk::Clock clock(timeval{kNow, 0});
   const std::string text = input.rest();
   timeval result{}, again{};
   int offset = 0, offset_again = 0;
-  const int status = parse_date_at(text.c_str(), &result, &offset, clock);
+  const int status = localdisk::parse_date_at(text.c_str(), &result, &offset, clock);
   HOLDS(status == 0 || (status == -1 && result.tv_sec == -1));
-  HOLDS(parse_date_at(text.c_str(), &again, nullptr, clock) == status && again.tv_sec == result.tv_sec);
+  HOLDS(localdisk::parse_date_at(text.c_str(), &again, nullptr, clock) == status && again.tv_sec == result.tv_sec);
   if (status != 0 || result.tv_sec < 0 || result.tv_sec > kLast) return;
   for (const char* form :
        {"%a, %d %b %Y %H:%M:%S +0000", "%Y-%m-%dT%H:%M:%SZ", "%d.%m.%Y %H:%M:%S GMT", "%B %d %Y %I:%M:%S %p UTC"}) {
-    HOLDS(parse_date_at(printed(result.tv_sec, form).c_str(), &again, &offset_again, clock) == 0);
+    HOLDS(localdisk::parse_date_at(printed(result.tv_sec, form).c_str(), &again, &offset_again, clock) == 0);
     HOLDS(again.tv_sec == result.tv_sec && again.tv_usec == 0 && offset_again == 0);
   }
 }

@@ -15,7 +15,7 @@ namespace {
 constexpr std::size_t longest_name = 1023;
 
 // Stores the value's length and, when the buffer has room for it, the value without a terminator.
-FS_STATUS text_out(const std::string& value, char* buffer, int* length) {
+FS_STATUS copy_out(const std::string& value, char* buffer, int* length) {
   if (length == nullptr) return FS_ERR_INVALID_ARG;
   const int capacity = *length;
   *length = static_cast<int>(value.size());
@@ -37,15 +37,12 @@ std::string user_information() {
 
 }  // namespace
 
-int LocalDisk::GetAuthType() { return 0; }
-int LocalDisk::GetAuthFields(char* /*buffer*/, int* /*length*/) { return FS_ERR_NOT_SUPPORTED; }
-
 int LocalDisk::GetUserInfo(char* buffer, int* length) {
   if (length == nullptr) return FS_ERR_INVALID_ARG;
-  return localdisk::catch_all(FS_ERR_OPERATION_FAILED, [&] { return text_out(user_information(), buffer, length); });
+  return localdisk::catch_all(FS_ERR_OPERATION_FAILED, [&] { return copy_out(user_information(), buffer, length); });
 }
 
-int LocalDisk::GetRootID(char* buffer, int* length) { return text_out(root_path, buffer, length); }
+int LocalDisk::GetRootID(char* buffer, int* length) { return copy_out(root_path, buffer, length); }
 
 int LocalDisk::GetQuota(unsigned long long* total, unsigned long long* used) {
   return localdisk::catch_all(FS_ERR_OPERATION_FAILED, [&] {
@@ -72,22 +69,3 @@ int LocalDisk::GetCredential(char* buffer, int* length) {
     return FS_OK;
   });
 }
-
-int LocalDisk::GetType(char** name) {
-  if (name == nullptr) return FS_ERR_INVALID_ARG;
-  *name = const_cast<char*>(type_name);
-  return FS_OK;
-}
-
-int LocalDisk::GetFeature() {
-  constexpr int feature_mask = 1 << 6;
-  return feature_mask;
-}
-
-int LocalDisk::SetQuota(unsigned long long /*total*/, unsigned long long /*used*/) { return FS_ERR_NOT_SUPPORTED; }
-int LocalDisk::GetChanges(IFileChanges* /*changes*/, char** /*message*/) { return FS_ERR_NOT_SUPPORTED; }
-int LocalDisk::GetShareableLink(_FS_FILE_V2* /*file*/, std::string& /*link*/) { return FS_ERR_NOT_SUPPORTED; }
-int LocalDisk::Connect(IProtocolAuth* /*auth*/, const char* /*text*/) { return FS_OK; }
-int LocalDisk::GetIdentifier(char* /*buffer*/, int* /*length*/) { return FS_OK; }
-int LocalDisk::SetLocalConfiguration(ILocalConfiguration* /*configuration*/) { return 0; }
-int LocalDisk::SetChangesCallback(IFileChanges* /*changes*/) { return 0; }

@@ -1,7 +1,6 @@
 // The record in which entries travel between module and host.
 //
-// Host and module are built apart and must share one standard library: the layout below is part of the
-// contract.
+// Host and module are built apart and must share one standard library: the layout below is part of the contract.
 #pragma once
 
 #include <cstddef>

@@ -1,5 +1,5 @@
-// The protocol object: every operation of protocol.h on this machine's file system. The host sees it through
-// the interface only.
+// The protocol object: every operation of protocol.h on this machine's file system. The host sees it
+// through the interface only.
 #pragma once
 
 #include <sys/stat.h>
@@ -8,16 +8,15 @@
 
 #include "localdisk/protocol.h"
 
-// Operations keep their state on the stack and may run at once on any number of threads; SetOpt alone may not
-// run beside others.
+// Operations keep their state on the stack and may run at once on any number of threads; SetOpt alone may
+// not run beside others.
 class LOCALDISK_EXPORT LocalDisk : public IProtocol_V2 {
  public:
   static constexpr const char* type_name = "localdisk";
   // The name under which the module presents itself to the host's manager; the blank belongs to it.
   static constexpr const char* module_id = "Tolvex3_localdisk.dylib_3.12.237 .0";
 
-  // Asks `manager` for the pid; what GetPid throws leaves the constructor. Without a manager the pid is
-  // empty.
+  // Asks `manager` for the pid; what GetPid throws leaves the constructor. Without a manager the pid is empty.
   explicit LocalDisk(IProtocolManager* manager);
 
   static int GetAuthType();
@@ -54,13 +53,13 @@ class LOCALDISK_EXPORT LocalDisk : public IProtocol_V2 {
   int SetChangesCallback(IFileChanges* changes) override;
   int GetShareableLink(_FS_FILE_V2* file, std::string& link) override;
 
-  // The local path of a host path: its plain form, with a "." after it where that ends in the divider, as "/"
+  // The local path of a host path: its normalized form, with a "." after it where that ends in the separator, as "/"
   // does. The option root_path takes no part.
   [[nodiscard]] std::string GetPath(const char* path) const;
-  // `directory` and `name` with one divider between them, unless `directory` brings one.
+  // `directory` and `name` with one separator between them, unless `directory` brings one.
   [[nodiscard]] std::string JoinPath(const std::string& directory, const std::string& name) const;
-  // Fills type, path, size and times of `file`, whose name is set and whose parent has the host path
-  // `directory`. When memory runs out, `file` is as it was.
+  // Fills type, path, size and times of `file`, whose name is set and whose parent has the host path `directory`.
+  // When memory runs out, `file` is as it was.
   void FillData(std::string directory, struct stat* status, _FS_FILE_V2* file) const;
 
   virtual ~LocalDisk();  // declared last: it takes the last two entries of the table

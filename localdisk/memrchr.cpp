@@ -1,5 +1,5 @@
-// Without any header of the C library: on Linux <string.h> declares this very name with another result, and
-// memrchr.h would give the symbol a second declaration.
+// Without any header of the C library: on Linux <string.h> declares this very name with another result, and memrchr.h
+// would give the symbol a second declaration.
 #include "common/export.h"
 
 LOCALDISK_EXPORT void* memrchr(const void* bytes, int value, unsigned long count);

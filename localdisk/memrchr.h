@@ -1,8 +1,7 @@
 // The module's byte search from the end.
 //
-// The Linux C library declares functions of the same name and arguments with another result, so the export
-// can't be declared under its own name beside <cstring>; here it has a name of its own that leads to the same
-// symbol.
+// The Linux C library declares functions of the same name and arguments with another result, so the export can't be
+// declared under its own name beside <cstring>; here it has a name of its own that leads to the same symbol.
 #pragma once
 
 #include "common/export.h"

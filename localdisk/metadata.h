@@ -3,7 +3,8 @@
 
 #include <sys/stat.h>
 
-#include <string>
+#include <ctime>
+#include <optional>
 #include <string_view>
 
 #include "common/time/timestamp_text.h"
@@ -11,24 +12,32 @@
 
 namespace localdisk {
 
-// The last component of a host path, trailing dividers aside; "/" for a path of dividers alone.
-std::string_view last_component(std::string_view path);
+// The local wall clock at one instant as a timestamp text; empty where the calendar record can't hold it. The zone is
+// the one that the last ::tzset saw, which an operation calls once before it describes entries.
+class WallClock {
+ public:
+  void set(time_t instant) noexcept;
+  [[nodiscard]] std::string_view view() const noexcept { return text_.view(); }
 
-// The timestamp texts of the local wall clock at the three times of an entry; empty where the calendar record can't
-// hold one. The zone is the one that the last ::tzset saw, which an operation calls once before it describes entries.
-struct FileTimes {
-  explicit FileTimes(const struct stat& status) noexcept;
+ private:
+  std::optional<time_t> instant_;  // of the text, for it takes a while to tell
+  TimestampText text_;
+};
+
+// The texts of the three times of an entry. Entries that are described one after the other by one object share what
+// the last one has in common with them: what was written together has its times together.
+class FileTimes {
+ public:
+  void set(const struct stat& status) noexcept;
 
   // Writes the texts into the strings that the record has. Gets the memory for all of them before it changes one.
   void put_into(_FS_FILE_V2& file) const;
 
-  TimestampText ctime, atime, mtime;
+ private:
+  WallClock ctime_, atime_, mtime_;
 };
 
 int type_of(const struct stat& status);
-
-// Makes `directory` the path of the entry `name` in it: with one divider between them, unless `directory` brings one.
-void append_name(std::string& directory, std::string_view name);
 
 // Whether the entry is one that the protocol moves, deletes and re-times: a regular file or a directory.
 bool is_file_or_directory(const struct stat& status);

@@ -5,27 +5,21 @@
 #include <cerrno>
 #include <cstdio>
 #include <string>
-#include <utility>
 
 #include "common/time/rfc3339.h"
 #include "localdisk/catch_all.h"
 #include "localdisk/local_disk.h"
 #include "localdisk/metadata.h"
+#include "localdisk/paths.h"
 
-// Each text that an operation needs is made before the system is asked to change anything: memory that runs
-// out then fails an operation that has not happened.
+// Each text that an operation needs is made before the system is asked to change anything: memory that runs out then
+// fails an operation that has not happened.
 
 namespace {
 
 bool is_changeable(const char* local_path) {
   struct stat status {};
   return ::stat(local_path, &status) == 0 && localdisk::is_file_or_directory(status);
-}
-
-// Plain concatenation: a directory that ends in a divider gives two.
-std::string below(std::string directory, const std::string& name) {
-  directory.reserve(directory.size() + 1 + name.size());
-  return std::move(directory.append("/").append(name));
 }
 
 }  // namespace
@@ -42,9 +36,14 @@ int LocalDisk::Move(const char* path, const char* new_parent, _FS_FILE_V2* file,
   if (path == nullptr || new_parent == nullptr || file == nullptr) return FS_ERR_INVALID_ARG;
   return localdisk::catch_all(FS_ERR_OPERATION_FAILED, [&] {
     const std::string source = GetPath(path);
-    const std::string target = below(GetPath(new_parent), file->name);
-    const std::string host_target = below(new_parent, file->name);
+    const std::string folder = GetPath(new_parent);
+    const std::string target = localdisk::concatenate(folder, file->name);
+    const std::string host_target = localdisk::concatenate(new_parent, file->name);
     if (!is_changeable(source.c_str())) return FS_ERR_NOT_FOUND;
+    if (folder.empty()) {  // as "..": without this the name would stand in "/"
+      errno = ENOENT;
+      return FS_ERR_NOT_FOUND;
+    }
     if (::rename(source.c_str(), target.c_str()) != 0) return FS_ERR_OPERATION_FAILED;
     GetFileInfo(host_target.c_str(), file, message);  // the entry is moved, whatever can be said of it
     return FS_OK;
@@ -55,8 +54,8 @@ int LocalDisk::CreateDirectory(const char* parent, _FS_FILE_V2* file, char** mes
   if (parent == nullptr || file == nullptr) return FS_ERR_INVALID_ARG;
   return localdisk::catch_all(FS_ERR_OPERATION_FAILED, [&] {
     const std::string local_parent = GetPath(parent);
-    const std::string target = below(local_parent, file->name);
-    const std::string host_target = below(parent, file->name);
+    const std::string target = localdisk::concatenate(local_parent, file->name);
+    const std::string host_target = localdisk::concatenate(parent, file->name);
     if (!is_changeable(local_parent.c_str())) return FS_ERR_NOT_FOUND;
     constexpr mode_t mode = 0755;
     if (::mkdir(target.c_str(), mode) != 0 && errno != EEXIST) {

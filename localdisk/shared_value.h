@@ -4,6 +4,8 @@
 
 namespace localdisk {
 
+// The compilers' own functions: std::atomic_ref, which is meant for this, is missing from libc++ before version 19,
+// and refuses const objects everywhere.
 template <class T>
 T load_shared(const T& value) noexcept {
   return __atomic_load_n(&value, __ATOMIC_ACQUIRE);

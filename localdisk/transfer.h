@@ -1,5 +1,5 @@
-// What the host brings to a transfer: the handle that stops and follows it, the receiver of what is read and
-// the source of what is written. All of it belongs to the host and is borrowed for one call.
+// What the host brings to a transfer: the handle that stops and follows it, the receiver of what is read and the
+// source of what is written. All of it belongs to the host and is borrowed for one call.
 #pragma once
 
 #include <cstddef>
@@ -9,11 +9,11 @@
 // Content travels in pieces of at most this many bytes.
 inline constexpr std::size_t FS_CHUNK_SIZE = 524288;
 
-// Of the values of _FS_HANDLE::state the module knows one border: from here on a running transfer stops.
+// A transfer stops when _FS_HANDLE::state reaches this value.
 inline constexpr std::int32_t FS_STATE_STOP = 3;
 
-// The host's transfer handle. The host may keep further members after these, and may change `state` and
-// `progress` from any thread while a transfer runs: both are read afresh before every use.
+// The host's transfer handle. The host may keep further members after these, and may change `state` and `progress`
+// from any thread while a transfer runs: both are read afresh before every use.
 struct _FS_HANDLE {
   std::int32_t reserved1 = 0;
   std::int32_t state = 0;
@@ -25,8 +25,8 @@ struct _FS_HANDLE {
 // Receives the chunks of a Read, in file order, on the thread that called Read.
 class IFetchCallback {
  public:
-  // `data` holds `length` bytes that stand at `offset` of the file, and lives until the call returns. `*out`
-  // is 0 and ignored afterwards, as is the result.
+  // `data` holds `length` bytes that stand at `offset` of the file, and lives until the call returns. `*out` is 0 and
+  // ignored afterwards, as is the result.
   virtual int OnData(long long offset, const unsigned char* data, unsigned long long length, long long* out) = 0;
 
  protected:
@@ -47,7 +47,8 @@ struct _FS_CACHE_REQUEST {
 // Serves the blocks of an Upload on the thread that called it.
 class ICacheIO {
  public:
-  // Returns 0 when the request was served; anything else ends the upload.
+  // Returns 0 when the request was served; anything else ends the upload, and so does a block of no bytes or one that
+  // starts within the module's `buffer` and claims more than is left of it.
   virtual int ReadBlock(_FS_CACHE_REQUEST* request) = 0;
 
  protected:

@@ -4,17 +4,16 @@
 #include <cstring>
 #include <memory>
 
+#include "localdisk/catch_all.h"
 #include "localdisk/local_disk.h"
 
 bool GetProtocol(IProtocolManager* manager, void** object) {
   if (manager == nullptr || object == nullptr) return false;
-  try {
+  return localdisk::catch_all(false, [&] {  // out of memory, or out of the host's own GetPid
     IRefObject* const disk = std::make_unique<LocalDisk>(manager).release();  // comes back through Release
     *object = disk;
     return true;
-  } catch (...) {  // out of memory, or out of the host's own GetPid: the answer is the report
-    return false;
-  }
+  });
 }
 
 void GetSupportProtocol(char** name) {

@@ -1,5 +1,5 @@
-// The functions by which a host that has just loaded the module gets hold of it. They have plain names, may
-// be called from any thread, and let no exception out.
+// The functions by which a host that has just loaded the module gets hold of it. They have plain names, may be called
+// from any thread, and let no exception out.
 #pragma once
 
 #include "common/export.h"
@@ -7,9 +7,9 @@
 
 extern "C" {
 
-// Makes a protocol object and stores its address, which is that of an IProtocol_V2 (localdisk/protocol.h).
-// The caller owns it and ends it with Release. `manager` is kept by the object and must outlive it. False,
-// with `*object` as it was, when an argument is null, memory is short or the manager's GetPid throws.
+// Makes a protocol object and stores its address, which is that of an IProtocol_V2 (localdisk/protocol.h). The caller
+// owns it and ends it with Release. `manager` is kept by the object and must outlive it. False, with `*object` as it
+// was, when an argument is null, memory is short or the manager's GetPid throws.
 LOCALDISK_EXPORT bool GetProtocol(IProtocolManager* manager, void** object);
 
 // Stores a copy of the protocol's name that the caller gives back through FreeP; null when memory is short.

@@ -8,8 +8,8 @@
 
 extern "C" {
 
-// The bound logger, null while none is. Not owned. The module reads it without a lock, so bind and unbind
-// only while no Upload runs, and keep the logger alive until UnbindLogger has returned.
+// The bound logger, null while none is. Not owned. The module reads it without a lock, so bind and unbind only while
+// no Upload runs, and keep the logger alive until UnbindLogger has returned.
 extern LOCALDISK_EXPORT ILog* logger;
 
 // Orders changes of `logger`.
@@ -22,10 +22,3 @@ LOCALDISK_EXPORT bool BindLogger(ILog* log);
 LOCALDISK_EXPORT void UnbindLogger();
 
 }  // extern "C"
-
-// The bound logger or null, from any thread.
-ILog* bound_logger() noexcept;
-
-// Hands one line to `log`, unless that is null. What the logger throws ends here: no operation fails because
-// its log line did.
-void __LOG__A(ILog* log, LOGLEVEL level, const char* format, ...) noexcept __attribute__((format(printf, 3, 4)));

@@ -1,7 +1,9 @@
 #include "testing/fault_injection.h"
 
 #include <dlfcn.h>
+#include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstddef>
 #include <cstdio>
@@ -25,6 +27,10 @@ thread_local bool memory_felt = false;
 thread_local long blocks = 0;
 thread_local bool close_fails = false;
 thread_local bool close_felt = false;
+thread_local bool room_is_limited = false;
+thread_local bool write_felt = false;
+thread_local std::size_t room_left = 0;
+thread_local int write_error = 0;
 
 #if !defined(CHECKED_BUILD)
 bool is_refused() {
@@ -39,6 +45,13 @@ bool is_refused() {
 void* counted(void* block) {
   if (block != nullptr) ++blocks;
   return block;
+}
+
+int closed(int result) {
+  if (!close_fails) return result;
+  close_felt = true;
+  errno = ENOSPC;
+  return -1;
 }
 #endif
 
@@ -77,12 +90,24 @@ void free(void* block) {
 }
 
 int fclose(std::FILE* stream) {
-  static auto* const close = reinterpret_cast<int (*)(std::FILE*)>(::dlsym(RTLD_NEXT, "fclose"));
-  const int result = close(stream);
-  if (!close_fails) return result;
-  close_felt = true;
-  errno = ENOSPC;
-  return EOF;
+  static auto* const real = reinterpret_cast<int (*)(std::FILE*)>(::dlsym(RTLD_NEXT, "fclose"));
+  return closed(real(stream));
+}
+int close(int descriptor) {
+  static auto* const real = reinterpret_cast<int (*)(int)>(::dlsym(RTLD_NEXT, "close"));
+  return closed(real(descriptor));
+}
+ssize_t write(int descriptor, const void* bytes, std::size_t count) {
+  static auto* const real = reinterpret_cast<ssize_t (*)(int, const void*, std::size_t)>(::dlsym(RTLD_NEXT, "write"));
+  if (!room_is_limited) return real(descriptor, bytes, count);
+  write_felt |= count > room_left;
+  if (count > 0 && room_left == 0) {
+    errno = write_error;
+    return -1;
+  }
+  const ssize_t written = real(descriptor, bytes, std::min(count, room_left));
+  if (written > 0) room_left -= static_cast<std::size_t>(written);
+  return written;
 }
 }  // extern "C"
 #pragma GCC visibility pop
@@ -117,5 +142,14 @@ FailClose::FailClose() {
 }
 FailClose::~FailClose() { close_fails = false; }
 bool FailClose::triggered() { return close_felt; }
+
+FailWrite::FailWrite(std::size_t room, int error) {
+  write_felt = false;
+  room_left = room;
+  write_error = error;
+  room_is_limited = true;
+}
+FailWrite::~FailWrite() { room_is_limited = false; }
+bool FailWrite::triggered() { return write_felt; }
 
 }  // namespace fault_injection

@@ -1,7 +1,10 @@
-// Shortages made to order: memory that runs out at a chosen allocation, and a stream that fails to close. They take
-// the C library's functions over for the whole process, the loaded module included, and act on one thread only.
+// Shortages made to order: memory that runs out at a chosen allocation, a disk that takes no more bytes, and files
+// that fail to close. They take the C library's functions over for the whole process, the loaded module included, and
+// act on one thread only.
 #pragma once
 
+#include <cerrno>
+#include <cstddef>
 #include <new>
 #include <string>
 
@@ -35,13 +38,24 @@ class Pause {
 // Blocks that this thread has allocated and not freed, from the start of counting.
 long live_blocks();
 
-// While it lives, closing a stream finds the disk full.
+// While it lives, closing a stream or a descriptor finds the disk full.
 class FailClose {
  public:
   FailClose();
   ~FailClose();
   FailClose(const FailClose&) = delete;
   FailClose& operator=(const FailClose&) = delete;
+  [[nodiscard]] static bool triggered();
+};
+
+// While it lives, the disk takes `room` more bytes through `write`, in part where a write asks for more, and then
+// refuses each with `error`. A stream's own writing doesn't pass here.
+class FailWrite {
+ public:
+  explicit FailWrite(std::size_t room, int error = ENOSPC);
+  ~FailWrite();
+  FailWrite(const FailWrite&) = delete;
+  FailWrite& operator=(const FailWrite&) = delete;
   [[nodiscard]] static bool triggered();
 };
 

@@ -1,7 +1,6 @@
 // Running a command of the system shell.
 #pragma once
 
-#include <cstdio>
 #include <string>
 
 #include "common/export.h"
@@ -14,7 +13,3 @@
 //
 // Throws std::runtime_error("popen() failed!") when the command can't be started.
 LOCALDISK_EXPORT std::string pexec(std::string command);
-
-// The rest of `stream`, its lines and parts cut as above. A stream that fails ends there: what came before is
-// returned.
-std::string rest_of(std::FILE& stream);

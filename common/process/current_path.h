@@ -9,6 +9,3 @@
 // "/" at its end. Empty when it isn't known, when the executable's path is longer than 1024 bytes, and for an
 // executable in the root directory.
 LOCALDISK_EXPORT std::string GetCurrentPath();
-
-// What stands before the last "/" of `path`; empty when there is none.
-std::string directory_of(std::string path);

@@ -9,6 +9,7 @@
 #include <mach-o/dyld.h>
 #endif
 
+namespace localdisk {
 namespace {
 
 constexpr std::size_t longest_path = 1024;  // bytes
@@ -32,3 +33,11 @@ std::string link_text(const char* link) {
   if (length < 0 || static_cast<std::size_t>(length) > longest_path) return {};  // a full buffer may hold a part
   return {text.data(), static_cast<std::size_t>(length)};
 }
+
+std::string directory_of(std::string path) {
+  const auto separator = path.rfind('/');
+  path.erase(separator == std::string::npos ? 0 : separator);
+  return path;
+}
+
+}  // namespace localdisk

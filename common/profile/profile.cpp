@@ -13,6 +13,9 @@
 
 namespace {
 
+using localdisk::RequestedName;
+using localdisk::trimmed;
+
 constexpr std::size_t line_room = 2048;  // bytes, the terminator included
 
 struct StreamCloser {
@@ -45,7 +48,7 @@ class Lines {
 
 bool skip_to_section(Lines& lines, const RequestedName& section) {
   while (const auto line = lines.next()) {
-    const auto name = section_name(*line);
+    const auto name = localdisk::section_name(*line);
     if (name && section.matches(*name)) return true;
   }
   return false;
@@ -54,7 +57,7 @@ bool skip_to_section(Lines& lines, const RequestedName& section) {
 std::optional<std::string> value_in_section(Lines& lines, const RequestedName& key) {
   while (const auto line = lines.next()) {
     if (line->starts_with('[')) return std::nullopt;
-    const auto setting = setting_in(*line);
+    const auto setting = localdisk::setting_in(*line);
     if (setting && key.matches(setting->key)) return std::string(setting->value);
   }
   return std::nullopt;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cctype>
 
+namespace localdisk {
 namespace {
 
 bool is_space(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
@@ -40,3 +41,5 @@ bool RequestedName::matches(std::string_view name) const {
   return std::equal(name.begin(), name.end(), name_.begin(), name_.end(),
                     [this](char given, char requested) { return lower(given) == requested; });
 }
+
+}  // namespace localdisk

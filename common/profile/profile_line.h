@@ -6,6 +6,8 @@
 #include <string>
 #include <string_view>
 
+namespace localdisk {
+
 // `text` without the white space at its ends: space, tab, line feed, vertical tab, form feed and carriage
 // return in every locale.
 std::string_view trimmed(std::string_view text);
@@ -37,3 +39,5 @@ class RequestedName {
   std::array<char, 256> lower_case_;
   std::string name_;
 };
+
+}  // namespace localdisk

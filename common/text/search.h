@@ -4,6 +4,8 @@
 #include <string>
 #include <vector>
 
+namespace localdisk {
+
 // Finds the occurrences of one text, which has to outlive the object and must not be empty.
 template <class Char>
 class Searcher {
@@ -53,3 +55,5 @@ class Searcher {
   const String& wanted_;
   std::vector<std::size_t> fallbacks_;
 };
+
+}  // namespace localdisk

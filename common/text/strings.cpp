@@ -11,7 +11,7 @@ namespace {
 template <class String>
 void replace_every(String& text, const String& searched, const String& replacement) {
   if (searched.empty()) return;
-  const Searcher searcher(searched);
+  const localdisk::Searcher searcher(searched);
   std::size_t found = searcher.find(text, 0);
   if (found == String::npos) return;
 

@@ -77,7 +77,7 @@ std::vector<String> pieces_between(const String& text, const String& delimiter, 
   std::vector<String> pieces;
   std::size_t start = 0;
   if (!delimiter.empty()) {
-    const Searcher searcher(delimiter);
+    const localdisk::Searcher searcher(delimiter);
     std::size_t found = searcher.find(text, 0);
     std::size_t count = 1;
     for (std::size_t at = found; at != String::npos; at = searcher.find(text, at + delimiter.size())) ++count;

@@ -10,11 +10,12 @@
 #include <optional>
 #include <utility>
 
+#include "common/time/date_at.h"
 #include "common/time/date_group.h"
 #include "common/time/date_text.h"
 #include "common/time/date_words.h"
-#include "common/time/strict_date.h"
 
+namespace localdisk {
 namespace {
 
 constexpr std::int64_t seconds_a_day = 86400;
@@ -86,9 +87,32 @@ void set_half_day(int first_hour, atm& date, int& number) noexcept {
   date.tm_hour = date.tm_hour % 12 + first_hour;
 }
 
+// What the special words do to the date that is being read. `now` is the current local time, `number` a count
+// that the text has named without saying of what, 0 for none.
+
+void date_yesterday(atm& date, const atm& now, int&) noexcept { update_atm(date, now, seconds_a_day); }
+
+void date_noon(atm& date, const atm& now, int&) noexcept { go_back_to(12, date, now); }
+
+void date_midnight(atm& date, const atm& now, int&) noexcept { go_back_to(0, date, now); }
+
+void date_tea(atm& date, const atm& now, int&) noexcept { go_back_to(17, date, now); }
+
+void date_pm(atm& date, const atm&, int& number) noexcept { set_half_day(12, date, number); }
+
+void date_am(atm& date, const atm&, int& number) noexcept { set_half_day(0, date, number); }
+
+void date_never(atm& date, const atm&, int&) noexcept {
+  const time_t epoch = 0;
+  tm local{};
+  if (::localtime_r(&epoch, &local) != nullptr) date = to_atm(local);
+}
+
+void date_now(atm& date, const atm& now, int&) noexcept { update_atm(date, now, 0); }
+
 struct SpecialWord {
   const char* word;
-  void (*apply)(atm* record, atm* now, int* number);
+  void (*apply)(atm& date, const atm& now, int& number) noexcept;
 };
 
 constexpr auto special_words = std::to_array<SpecialWord>({
@@ -158,7 +182,7 @@ bool take_month(const char* at, Reading& reading) noexcept {
 bool take_special(const char* at, Reading& reading) {
   for (const SpecialWord& special : special_words) {
     if (!matches_in_full(at, special.word)) continue;
-    special.apply(&reading.date, &reading.now, &reading.number);
+    special.apply(reading.date, reading.now, reading.number);
     return true;
   }
   return false;
@@ -274,26 +298,6 @@ std::optional<time_t> read_relative(const char* text, const Clock& clock) {
 
 }  // namespace
 
-void date_yesterday(atm* record, atm* now, int*) { update_atm(*record, *now, seconds_a_day); }
-
-void date_noon(atm* record, atm* now, int*) { go_back_to(12, *record, *now); }
-
-void date_midnight(atm* record, atm* now, int*) { go_back_to(0, *record, *now); }
-
-void date_tea(atm* record, atm* now, int*) { go_back_to(17, *record, *now); }
-
-void date_pm(atm* record, atm*, int* number) { set_half_day(12, *record, *number); }
-
-void date_am(atm* record, atm*, int* number) { set_half_day(0, *record, *number); }
-
-void date_never(atm* record, atm*, int*) {
-  const time_t epoch = 0;
-  tm local{};
-  if (::localtime_r(&epoch, &local) != nullptr) *record = to_atm(local);
-}
-
-void date_now(atm* record, atm* now, int*) { update_atm(*record, *now, 0); }
-
 int approxidate_at(const char* text, tm* result, const Clock& clock) noexcept {
   if (text == nullptr) text = "";
   timeval exact{};
@@ -309,15 +313,18 @@ int approxidate_at(const char* text, tm* result, const Clock& clock) noexcept {
   return 0;
 }
 
-int approxidate(const char* text, tm* result) { return approxidate_at(text, result, Clock()); }
+}  // namespace localdisk
+
+int approxidate(const char* text, tm* result) { return localdisk::approxidate_at(text, result, localdisk::Clock()); }
 
 std::string convert_last_modified_to_rfc3339(std::string text) {
   tm utc{};
   if (approxidate(text.c_str(), &utc) != 0) return {};
   const auto field = [](int value) { return static_cast<unsigned short>(value); };
   std::array<char, 32> buffer;
-  const int length = std::snprintf(buffer.data(), buffer.size(), "%04hu-%02hu-%02huT%02hu:%02hu:%02hu.%03huZ",
-                                   field(saturate(utc.tm_year + 1900L)), field(utc.tm_mon + 1), field(utc.tm_mday),
-                                   field(utc.tm_hour), field(utc.tm_min), field(utc.tm_sec), field(0));
+  const int length =
+      std::snprintf(buffer.data(), buffer.size(), "%04hu-%02hu-%02huT%02hu:%02hu:%02hu.%03huZ",
+                    field(localdisk::saturate(utc.tm_year + 1900L)), field(utc.tm_mon + 1), field(utc.tm_mday),
+                    field(utc.tm_hour), field(utc.tm_min), field(utc.tm_sec), field(0));
   return {buffer.data(), std::min(static_cast<std::size_t>(length), buffer.size() - 1)};
 }

@@ -6,8 +6,6 @@
 #include <string>
 
 #include "common/export.h"
-#include "common/time/atm.h"
-#include "common/time/clock.h"
 
 // Reads the date in `text`: exactly if it is one that parse_date_basic takes, else relative to the current
 // local time, of which the text replaces what it mentions. Words that aren't understood are skipped.
@@ -20,17 +18,3 @@ LOCALDISK_EXPORT int approxidate(const char* text, tm* result);
 // The timestamp text, in UTC, of the date in `text`, such as the one of a Last-Modified header. Gives the
 // empty text when approxidate understands nothing.
 LOCALDISK_EXPORT std::string convert_last_modified_to_rfc3339(std::string text);
-
-// The same as approxidate by the given clock.
-int approxidate_at(const char* text, tm* result, const Clock& clock) noexcept;
-
-// What the special words do to the date that is being read. `now` is the current local time, `*number` a
-// count that the text has named without saying of what, 0 for none.
-void date_yesterday(atm* record, atm* now, int* number);
-void date_noon(atm* record, atm* now, int* number);
-void date_midnight(atm* record, atm* now, int* number);
-void date_tea(atm* record, atm* now, int* number);
-void date_pm(atm* record, atm* now, int* number);
-void date_am(atm* record, atm* now, int* number);
-void date_never(atm* record, atm* now, int* number);
-void date_now(atm* record, atm* now, int* number);

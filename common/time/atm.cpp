@@ -2,6 +2,7 @@
 
 #include <array>
 
+namespace localdisk {
 namespace {
 
 constexpr std::array<int, 12> days_before_month{0, 31, 59, 90, 120, 151, 181, 212, 243, 273, 304, 334};
@@ -50,3 +51,5 @@ time_t tm_to_time_t(const atm* record) noexcept {
   const std::int64_t days = years * 365 + leap_days + days_before_month[static_cast<std::size_t>(month)] + day;
   return days * 86400 + std::int64_t{record->tm_hour} * 3600 + std::int64_t{record->tm_min} * 60 + record->tm_sec;
 }
+
+}  // namespace localdisk

@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <ctime>
 
+namespace localdisk {
+
 // The calendar fields of the system's `tm`, and the microseconds. A negative value in one of the fields from
 // tm_sec to tm_year says that the text has not given it (yet).
 struct atm {
@@ -27,3 +29,5 @@ atm to_atm(const tm& fields) noexcept;
 // month is none, or the hour, minute or second is not given. The day is taken as it stands, whatever it is.
 // Every fourth year counts as a leap year, so the result is a day too late from 1 March 2100 on.
 time_t tm_to_time_t(const atm* record) noexcept;
+
+}  // namespace localdisk

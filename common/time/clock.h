@@ -6,6 +6,8 @@
 
 #include <optional>
 
+namespace localdisk {
+
 // A clock that goes or stands still.
 class Clock {
  public:
@@ -21,3 +23,5 @@ class Clock {
  private:
   std::optional<timeval> standing_;
 };
+
+}  // namespace localdisk

@@ -8,6 +8,7 @@
 
 #include "common/time/date_text.h"
 
+namespace localdisk {
 namespace {
 
 constexpr long not_given = -1;
@@ -140,7 +141,4 @@ const char* read_number_group(unsigned long num, char separator, const char* aft
   return taken ? rest.end : nullptr;
 }
 
-int match_multi_number(unsigned long num, char c, const char* start, char* end, atm* record) {
-  const char* const after = read_number_group(num, c, end + 1, *record, Clock());
-  return after == nullptr ? 0 : saturate(after - start);
-}
+}  // namespace localdisk

@@ -4,21 +4,20 @@
 #include "common/time/atm.h"
 #include "common/time/clock.h"
 
-// Reads the group that begins with the number `num`, written from `start` up to `end`. There the separator
-// `c` follows, a colon, hyphen, slash or dot, and after it a digit. A time sets the hour, minute, second and
-// microseconds of `record`; a date sets the day and month, and the year if it gives one. Which of its numbers
-// is the day is decided by their size, by the separator and by what would lie more than ten days ahead. Gives
-// the count of characters of the whole group, or 0 for a group that is no time and no date; `record` is then
-// unchanged.
-//
-// A machine whose clock shows no year that fits a record can't tell what lies ahead: then every date of a
-// sensible form is taken, a missing year is left alone, and a group that gives 0 may have set the day and
-// month.
-int match_multi_number(unsigned long num, char c, const char* start, char* end, atm* record);
+namespace localdisk {
 
-// The same by the given clock; gives the end of the group, or null.
+// Reads the group that begins with the number `num`. Its text goes on at `after_separator`, with a digit, after
+// one `separator`: a colon, hyphen, slash or dot. A time sets the hour, minute, second and microseconds of
+// `record`; a date sets the day and month, and the year if it gives one. Which of its numbers is the day is
+// decided by their size, by the separator and by what would lie more than ten days ahead by `clock`. Gives the
+// end of the whole group, or null for a group that is no time and no date; `record` is then unchanged.
+//
+// A clock that shows no year that fits a record can't tell what lies ahead: then every date of a sensible form is
+// taken, a missing year is left alone, and a group that gives null may have set the day and month.
 const char* read_number_group(unsigned long num, char separator, const char* after_separator, atm& record,
                               const Clock& clock) noexcept;
 
 // True if `at` is a separator that makes a number before it the first of a group.
 bool continues_group(const char* at) noexcept;
+
+}  // namespace localdisk

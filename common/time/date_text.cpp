@@ -1,5 +1,6 @@
 #include "common/time/date_text.h"
 
+namespace localdisk {
 namespace {
 
 struct Number {
@@ -37,3 +38,5 @@ long read_signed(const char*& at) noexcept {
   const long value = static_cast<long>(magnitude);
   return negative ? -value : value;
 }
+
+}  // namespace localdisk

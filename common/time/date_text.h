@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <limits>
 
+namespace localdisk {
+
 constexpr bool is_digit(char c) noexcept { return c >= '0' && c <= '9'; }
 
 // ASCII letters alone: text in other scripts counts as punctuation.
@@ -28,3 +30,5 @@ constexpr long saturate_unsigned(unsigned long value) noexcept {
 // where there are no digits. A "-" wraps an unsigned number around, so that -1 is the largest of all.
 unsigned long read_unsigned(const char*& at) noexcept;
 long read_signed(const char*& at) noexcept;
+
+}  // namespace localdisk

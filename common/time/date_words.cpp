@@ -5,6 +5,7 @@
 
 #include "common/time/date_text.h"
 
+namespace localdisk {
 namespace {
 
 constexpr int shortest_abbreviation = 3;
@@ -96,3 +97,5 @@ WordMatch match_zone(const char* input) noexcept {
   }
   return {};
 }
+
+}  // namespace localdisk

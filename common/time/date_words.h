@@ -1,6 +1,8 @@
 // The words that dates are written with, and how a text is held against them.
 #pragma once
 
+namespace localdisk {
+
 // How many characters of `input` spell `word`, whatever their case. An abbreviation counts too, if the word
 // of the input ends with it: against "Mondays", "Mon," gives 3, "MONDAY" 6, and "Mondaysx" or "Mon7" 0.
 int match_word(const char* input, const char* word) noexcept;
@@ -27,3 +29,5 @@ WordMatch match_weekday(const char* input) noexcept;
 
 // The time zone that `input` begins with, as minutes east of UTC: its name, or three letters of it and more.
 WordMatch match_zone(const char* input) noexcept;
+
+}  // namespace localdisk

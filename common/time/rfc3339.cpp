@@ -5,23 +5,9 @@
 #include <array>
 #include <cstdio>
 
-#include "common/time/date_text.h"
 #include "common/time/timestamp_text.h"
 
-namespace {
-
-// Reads one signed decimal number at `text` and moves past it; false when there is none.
-bool read_int(const char*& text, int& value) {
-  const char* const start = text;
-  const long number = read_signed(text);
-  if (text == start) return false;
-  value = saturate(number);
-  return true;
-}
-
-}  // namespace
-
-std::string TMToRFC3339(tm* t) { return std::string(TimestampText(*t).view()); }
+std::string TMToRFC3339(tm* t) { return std::string(localdisk::TimestampText(*t).view()); }
 
 std::string TMToUTCRFC3339(tm* t) {
   ::mktime(t);
@@ -40,29 +26,8 @@ std::string TimeToRFC3339(long instant) {
 
 std::string TimeToUTCRFC3339(long instant) { return TimeToRFC3339(instant); }
 
-tm read_rfc3339_fields(const char* text) noexcept {
-  tm fields{};
-  if (text == nullptr) text = "";
-  struct Item {
-    int* field;
-    char separator;  // that has to follow before the next item is looked for
-  };
-  for (const auto& [field, separator] : std::to_array<Item>({{&fields.tm_year, '-'},
-                                                             {&fields.tm_mon, '-'},
-                                                             {&fields.tm_mday, 'T'},
-                                                             {&fields.tm_hour, ':'},
-                                                             {&fields.tm_min, ':'},
-                                                             {&fields.tm_sec, '\0'}})) {
-    if (!read_int(text, *field) || *text != separator || separator == '\0') break;
-    ++text;
-  }
-  fields.tm_year = saturate(fields.tm_year - 1900LL);
-  fields.tm_mon = saturate(fields.tm_mon - 1LL);
-  return fields;
-}
-
 time_t RFC3339ToTM(const char* text) {
-  tm fields = read_rfc3339_fields(text);
+  tm fields = localdisk::read_timestamp(text);
   return ::mktime(&fields);
 }
 

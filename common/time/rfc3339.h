@@ -38,6 +38,3 @@ LOCALDISK_EXPORT time_t RFC3339ToTM(const char* text);
 
 // The current time in UTC with milliseconds and without a zone letter: "2021-07-01T12:00:00.123".
 LOCALDISK_EXPORT std::string GetSystemTimeRfc3339();
-
-// Reads the fields as RFC3339ToTM does, with the summer-time flag cleared and before mktime sees them.
-tm read_rfc3339_fields(const char* text) noexcept;

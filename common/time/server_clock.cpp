@@ -1,9 +1,9 @@
 #include "common/time/server_clock.h"
 
 #include <ctime>
-#include <limits>
 
 #include "common/time/rfc3339.h"
+#include "common/time/timestamp_text.h"
 
 namespace {
 
@@ -15,10 +15,10 @@ long zone_offset_at(time_t instant) {
   return static_cast<long>(::difftime(instant, ::mktime(&utc)));
 }
 
+// An instant so near to the ends of a long that it can't be shifted stays: it has no text either way.
 long shifted(long instant, long seconds) {
   long sum = 0;
-  if (!__builtin_add_overflow(instant, seconds, &sum)) return sum;
-  return seconds < 0 ? std::numeric_limits<long>::min() : std::numeric_limits<long>::max();
+  return __builtin_add_overflow(instant, seconds, &sum) ? instant : sum;
 }
 
 }  // namespace
@@ -35,7 +35,7 @@ std::string AdjustOffsetForServerTime(long instant) {
 std::string NoAdjustOffsetForServerTime(long instant) { return TimeToRFC3339(instant); }
 
 std::string AdjustServerTimeOffset(const char* text) {
-  tm fields = read_rfc3339_fields(text);
+  tm fields = localdisk::read_timestamp(text);
   const time_t as_standard_time = ::mktime(&fields);
   tm normalised = fields;
   normalised.tm_isdst = -1;

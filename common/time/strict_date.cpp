@@ -6,10 +6,12 @@
 #include <limits>
 
 #include "common/time/atm.h"
+#include "common/time/date_at.h"
 #include "common/time/date_group.h"
 #include "common/time/date_text.h"
 #include "common/time/date_words.h"
 
+namespace localdisk {
 namespace {
 
 // Stands for "none found yet", so that an offset of one minute west of UTC can't be told from it.
@@ -208,6 +210,8 @@ int parse_date_at(const char* text, timeval* result, int* offset, const Clock& c
   return 0;
 }
 
+}  // namespace localdisk
+
 int parse_date_basic(const char* text, timeval* result, int* offset) {
-  return parse_date_at(text, result, offset, Clock());
+  return localdisk::parse_date_at(text, result, offset, localdisk::Clock());
 }

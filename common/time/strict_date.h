@@ -5,7 +5,6 @@
 #include <sys/time.h>
 
 #include "common/export.h"
-#include "common/time/clock.h"
 
 // Reads the date in the first line of `text` (ASCII; other characters are skipped, as are unknown words). A
 // date needs a year from 1970 on, a month and a time of day, or is a count of seconds since the epoch of nine
@@ -20,6 +19,3 @@
 // Years end with 2099, and every fourth is a leap year: a count of seconds later than February 2100 comes out
 // a day late. Numbers beyond the range of what they set saturate there.
 LOCALDISK_EXPORT int parse_date_basic(const char* text, timeval* result, int* offset);
-
-// The same by the given clock.
-int parse_date_at(const char* text, timeval* result, int* offset, const Clock& clock) noexcept;

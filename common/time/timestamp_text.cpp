@@ -2,6 +2,9 @@
 
 #include <cstdio>
 
+#include "common/time/date_text.h"
+
+namespace localdisk {
 namespace {
 
 bool has_two_digits(long value) noexcept { return value >= 0 && value <= 99; }
@@ -9,6 +12,15 @@ bool has_two_digits(long value) noexcept { return value >= 0 && value <= 99; }
 void put_two_digits(long value, char* out) noexcept {
   out[0] = static_cast<char>('0' + value / 10);
   out[1] = static_cast<char>('0' + value % 10);
+}
+
+// Reads one signed decimal number at `text` and moves past it; false when there is none.
+bool read_int(const char*& text, int& value) {
+  const char* const start = text;
+  const long number = read_signed(text);
+  if (text == start) return false;
+  value = saturate(number);
+  return true;
 }
 
 }  // namespace
@@ -35,3 +47,26 @@ TimestampText::TimestampText(const tm& t) noexcept {
   length_ = static_cast<std::size_t>(std::snprintf(text_.data(), text_.size(), "%04ld-%02ld-%02dT%02d:%02d:%02d.000Z",
                                                    year, month, t.tm_mday, t.tm_hour, t.tm_min, t.tm_sec));
 }
+
+tm read_timestamp(const char* text) noexcept {
+  tm fields{};
+  if (text == nullptr) text = "";
+  struct Item {
+    int* field;
+    char separator;  // that has to follow before the next item is looked for
+  };
+  for (const auto& [field, separator] : std::to_array<Item>({{&fields.tm_year, '-'},
+                                                             {&fields.tm_mon, '-'},
+                                                             {&fields.tm_mday, 'T'},
+                                                             {&fields.tm_hour, ':'},
+                                                             {&fields.tm_min, ':'},
+                                                             {&fields.tm_sec, '\0'}})) {
+    if (!read_int(text, *field) || *text != separator || separator == '\0') break;
+    ++text;
+  }
+  fields.tm_year = saturate(fields.tm_year - 1900LL);
+  fields.tm_mon = saturate(fields.tm_mon - 1LL);
+  return fields;
+}
+
+}  // namespace localdisk

@@ -1,4 +1,4 @@
-// The timestamp text (rfc3339.h) in place, for callers that have a string of their own to put it into.
+// The fields of a time and their timestamp text (rfc3339.h), there and back.
 #pragma once
 
 #include <array>
@@ -6,6 +6,9 @@
 #include <ctime>
 #include <string_view>
 
+namespace localdisk {
+
+// The text in place, for callers that have a string of their own to put it into.
 class TimestampText {
  public:
   TimestampText() noexcept = default;            // empty
@@ -20,3 +23,8 @@ class TimestampText {
   std::array<char, longest> text_;
   std::size_t length_ = 0;
 };
+
+// The fields of `text` as RFC3339ToTM takes them, with the summer-time flag cleared and before mktime sees them.
+tm read_timestamp(const char* text) noexcept;
+
+}  // namespace localdisk

@@ -135,9 +135,9 @@ void add_utility_commands(CLI::App& app, Arguments& a) {
 
 void add_mount_command(CLI::App& app, Arguments& a) {
   CLI::App& mount =
-      add(app, a, "mount", "Mount a folder as a drive, for any program to work on", [&](auto&, auto& drive) {
-        return host::mount(drive,
-                           {absolute_path(a.mount_root), absolute_path(a.path), a.cache, a.read_only, a.foreground});
+      add(app, a, "mount", "Mount a folder as a drive, for any program to work on", [&](auto& module, auto&) {
+        return host::mount({module.file(), absolute_path(a.mount_root), absolute_path(a.path), a.cache, a.read_only,
+                            a.foreground, a.verbose});
       });
   mount.add_option("MOUNTPOINT", a.path, "the empty folder at which it appears; not in the mounted one")->required();
   mount.add_option("--root", a.mount_root, "the folder to mount; the current one where left out");

@@ -1,19 +1,25 @@
-// The drive in the file system: libfuse asks, the mapping and the open files answer.
+// The drive in the file system: libfuse asks, the drive's files answer.
 #pragma once
 
+#include <filesystem>
 #include <string>
 
-#include "host/mount/open_files.h"
-#include "host/mount/rooted_drive.h"
+#include "host/mount/drive_files.h"
 
-struct fuse;
+struct fuse_session;
 
 namespace host {
+
+// What the requests of one session work on.
+struct RequestContext {
+  DriveFiles& files;
+  Descriptor disk;  // the root folder, where it is one of this machine: what fsync brings to the disk
+};
 
 // Mounted from construction to destruction. A mount that fails throws CommandError.
 class FuseSession {
  public:
-  FuseSession(RootedDrive& drive, OpenFiles& files, const std::string& mount_point, bool read_only);
+  FuseSession(DriveFiles& files, const std::string& root, const std::string& mount_point, bool read_only);
   ~FuseSession();
   FuseSession(const FuseSession&) = delete;
   FuseSession& operator=(const FuseSession&) = delete;
@@ -25,13 +31,8 @@ class FuseSession {
   [[nodiscard]] bool serve();
 
  private:
-  struct Served {
-    RootedDrive& drive;
-    OpenFiles& files;
-  };
-  friend Served& served();
-  Served served_;
-  struct fuse* fuse_ = nullptr;
+  RequestContext context_;
+  fuse_session* session_ = nullptr;
 };
 
 }  // namespace host

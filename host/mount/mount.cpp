@@ -1,85 +1,94 @@
 #include "host/mount/mount.h"
 
-#include <fmt/format.h>
-#include <syslog.h>
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
-#include <cstdio>
-#include <filesystem>
+#include <cerrno>
+#include <cstring>
+#include <vector>
 
-#include "host/client/errors.h"
 #include "host/client/report.h"
-#include "host/mount/fuse_session.h"
+#include "host/mount/options.h"
+
+#if defined(__APPLE__)
+#include <mach-o/dyld.h>
+#endif
 
 namespace host {
 namespace {
 
 namespace fs = std::filesystem;
 
+constexpr const char* program_name = "localdisk-mount";
+
+fs::path executable() {
 #if defined(__APPLE__)
-constexpr const char* unmount_command = "umount";
+  char path[4096] = {};
+  std::uint32_t size = sizeof path;
+  return ::_NSGetExecutablePath(path, &size) == 0 ? fs::path(path) : fs::path();
 #else
-constexpr const char* unmount_command = "fusermount3 -u";
+  std::error_code unknown;
+  return fs::read_symlink("/proc/self/exe", unknown);
 #endif
-
-bool lies_within(const fs::path& inner, const fs::path& outer) {
-  for (fs::path at = fs::canonical(inner);; at = at.parent_path()) {
-    if (fs::equivalent(at, outer)) return true;
-    if (at == at.root_path()) return false;
-  }
 }
 
-// Would deadlock: answering a request would make another one.
-void expect_apart(const MountOptions& options) {
-  const fs::path& point = options.mount_point;
-  if (!fs::is_directory(point)) throw CommandError(fmt::format("{} is not a folder", point.string()));
-  if (!fs::is_empty(point)) throw CommandError(fmt::format("{} is not empty", point.string()));
-  if (lies_within(point, options.root)) {
-    throw CommandError(fmt::format("{} lies in the folder to mount, {}", point.string(), options.root));
+// Beside this program, where it is built, or in the folder of the installed module; empty where it is in neither.
+fs::path find_program() {
+  const fs::path here = executable().parent_path();
+  for (const fs::path& folder : {here, here.parent_path() / "lib/localdisk"}) {
+    if (::access((folder / program_name).c_str(), X_OK) == 0) return folder / program_name;
   }
+  return {};
 }
 
-// The drive must not show the cache, which is changed around the module.
-void expect_cache_apart(const fs::path& cache, const MountOptions& options) {
-  if (!fs::is_directory(cache)) throw CommandError(fmt::format("{} is not a folder", cache.string()));
-  for (const std::string& taken : {options.root, options.mount_point}) {
-    if (!lies_within(cache, taken)) continue;
-    throw CommandError(fmt::format("{} lies in {}: name another folder with --cache", cache.string(), taken));
-  }
+std::vector<char*> argument_list(std::vector<std::string>& arguments) {
+  std::vector<char*> list;
+  list.reserve(arguments.size() + 1);
+  for (std::string& argument : arguments) list.push_back(argument.data());
+  list.push_back(nullptr);
+  return list;
 }
 
-// In the background, errors go to syslog.
-void tell(const MountOptions& options, const std::string& line) {
-  options.foreground ? print_error(line) : ::syslog(LOG_ERR, "%s", line.c_str());
+// A program whose libraries are missing is ended by the loader, after lines about its files: none of them is shown.
+bool starts(const fs::path& program) {
+  std::vector<std::string> arguments{program.string(), start_check};
+  posix_spawn_file_actions_t actions{};
+  if (::posix_spawn_file_actions_init(&actions) != 0) return false;
+  ::posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
+  pid_t child = 0;
+  char* const* const environment = environ;
+  const int failed =
+      ::posix_spawn(&child, program.c_str(), &actions, nullptr, argument_list(arguments).data(), environment);
+  ::posix_spawn_file_actions_destroy(&actions);
+  int status = 0;
+  if (failed != 0) return false;
+  while (::waitpid(child, &status, 0) < 0) {
+    if (errno != EINTR) return false;
+  }
+  return WIFEXITED(status) && WEXITSTATUS(status) == exit_done;
 }
 
 }  // namespace
 
-int mount(Drive& drive, const MountOptions& options) {
-  if (drive.info(options.root).type != FS_TYPE_DIRECTORY) {
-    throw CommandError(fmt::format("{} is not a folder", options.root));
+int mount(const MountOptions& options) {
+  const fs::path program = find_program();
+  if (program.empty()) {
+    print_error(
+        "mounting needs the program localdisk-mount, which was not installed: build with libfuse 3 (Debian and "
+        "Ubuntu: libfuse3-dev and fuse3)");
+    return exit_usage;
   }
-  expect_apart(options);
-  const fs::path cache_parent = options.cache.empty() ? fs::temp_directory_path() : options.cache;
-  expect_cache_apart(cache_parent, options);
-  RootedDrive mapping(drive, options.root);
-  CacheFolder cache(cache_parent);
-  OpenFiles files(mapping, cache);
-  FuseSession session(mapping, files, options.mount_point, options.read_only);
-  fmt::print("{} is mounted at {}{}; to unmount: {} {}\n", options.root, options.mount_point,
-             options.read_only ? ", read-only" : "", unmount_command, options.mount_point);
-  if (!options.read_only) {
-    fmt::print("what can't be written in the end will be in {}\n", cache.rescue_folder().string());
+  if (!starts(program)) {
+    print_error("mounting needs libfuse 3: install it (Debian and Ubuntu: the package fuse3)");
+    return exit_usage;
   }
-  std::fflush(stdout);
-  if (!options.foreground) session.detach();
-  const bool good = session.serve();
-
-  const auto rescued = files.finish();
-  for (const auto& file : rescued) {
-    tell(options, fmt::format("{} could not be written, its content is kept in {}: {}", file.path, file.kept.string(),
-                              file.reason));
-  }
-  return good && rescued.empty() ? exit_done : exit_failed;
+  std::vector<std::string> arguments = arguments_of(options);
+  arguments.insert(arguments.begin(), program.string());
+  ::execv(program.c_str(), argument_list(arguments).data());
+  print_error(std::string("can't start ") + program.string() + ": " + std::strerror(errno));
+  return exit_usage;
 }
 
 }  // namespace host

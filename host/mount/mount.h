@@ -1,18 +1,20 @@
-// The command mount.
+// The command mount: hands the drive to the program localdisk-mount, which alone needs libfuse.
 #pragma once
 
 #include <filesystem>
 #include <string>
 
-#include "host/client/drive.h"
-
 namespace host {
 
 struct MountOptions {
+  std::filesystem::path module;   // the module's file; the default one if empty
   std::string root, mount_point;  // absolute
-  std::filesystem::path cache;    // the folder in which the cache gets one of its own; for temporary files if empty
-  bool read_only = false, foreground = false;
+  std::filesystem::path cache;    // the folder in which the cache gets one of its own; the user's if empty
+  bool read_only = false, foreground = false, verbose = false;
 };
-int mount(Drive& drive, const MountOptions& options);
+
+// Becomes localdisk-mount, whose exit code is the command's. Comes back only where that program is missing or can't
+// start: says so, and answers the exit code.
+int mount(const MountOptions& options);
 
 }  // namespace host

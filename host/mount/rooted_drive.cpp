@@ -2,7 +2,7 @@
 
 #include <fmt/format.h>
 
-#include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstring>
 #include <new>
@@ -16,10 +16,6 @@
 namespace host {
 namespace {
 
-constexpr std::string_view uploads_start_with = ".localdisk-upload-";
-
-bool is_upload(std::string_view name) { return name.substr(0, uploads_start_with.size()) == uploads_start_with; }
-
 int errno_of_status(int status, int reason) {
   switch (status) {
     case FS_ERR_NOT_SUPPORTED:
@@ -27,15 +23,35 @@ int errno_of_status(int status, int reason) {
     case FS_ERR_INVALID_ARG:
       return EINVAL;
     case FS_ERR_NOT_FOUND:
-      return reason != 0 ? reason : EPERM;  // it is there, but neither file nor folder: not for this protocol
+      return reason != 0 ? reason : ENOENT;
     default:
       return reason != 0 ? reason : EIO;
   }
 }
 
+// Entries of one listing mostly have few different times.
+time_t time_of(const std::string& text) {
+  struct Known {
+    std::string text;
+    time_t instant;
+  };
+  thread_local std::array<Known, 3> known{};
+  thread_local std::size_t oldest = 0;
+  for (const Known& one : known) {
+    if (one.text == text && !text.empty()) return one.instant;
+  }
+  Known& renewed = known[oldest++ % known.size()];
+  renewed = {text, parse_record_time(text)};
+  return renewed.instant;
+}
+
 Attributes attributes_of(const _FS_FILE_V2& file) {
-  return {file.type == FS_TYPE_DIRECTORY, file.size, parse_record_time(file.atime), parse_record_time(file.mtime),
-          parse_record_time(file.ctime)};
+  return {file.type == FS_TYPE_DIRECTORY, file.size, time_of(file.atime), time_of(file.mtime), time_of(file.ctime)};
+}
+
+bool says_absent(const OperationError& error) {
+  const int reason = error.reason();
+  return error.status() == FS_ERR_NOT_FOUND && (reason == 0 || reason == ENOENT || reason == ENOTDIR);
 }
 
 template <class Body>
@@ -67,13 +83,20 @@ void throw_errno(int reason, const std::string& path) {
   throw std::system_error(reason, std::generic_category(), path);
 }
 
+bool can_have_same_content(const Attributes& one, const Attributes& other) {
+  return one.directory == other.directory && one.size == other.size && one.modified == other.modified &&
+         one.changed == other.changed;
+}
+
 RootedDrive::RootedDrive(Drive& drive, std::string root)
     : drive_(drive),
       root_(root == "/" ? "" : std::move(root)),
-      upload_prefix_(fmt::format("{}{:08x}-", uploads_start_with, std::random_device{}())) {
+      own_prefix_(fmt::format(".localdisk-upload-{:08x}{:08x}-", std::random_device{}(), std::random_device{}())) {
   // Of exactly "/" the module measures no volume.
   drive_.set_option("root_path", root_.empty() ? "/." : root_);
 }
+
+bool RootedDrive::is_own(std::string_view name) const { return name.starts_with(own_prefix_); }
 
 std::string RootedDrive::on_drive(const std::string& path) const {
   if (path == "/") return root_.empty() ? path : root_;
@@ -81,75 +104,91 @@ std::string RootedDrive::on_drive(const std::string& path) const {
 }
 
 RootedDrive::Place RootedDrive::place_of(const std::string& path) const {
-  Place place{on_drive(parent_of(path)), name_of(path)};
-  if (is_upload(place.name)) throw_errno(EPERM, path);
-  return place;
+  return {on_drive(parent_of(path)), name_of(path)};
 }
 
 std::string RootedDrive::Place::path() const { return below(parent, name); }
 
-std::string RootedDrive::upload_name() { return upload_prefix_ + std::to_string(++uploads_); }
+std::string RootedDrive::aside_path(unsigned long number) const {
+  return fmt::format("/{}removed-{}", own_prefix_, number);
+}
+
+std::optional<Attributes> RootedDrive::find(const std::string& path) {
+  if (is_own(name_of(path))) return std::nullopt;
+  try {
+    return attributes_of(drive_.info(on_drive(path)));
+  } catch (const OperationError& error) {
+    if (says_absent(error)) return std::nullopt;
+    throw;
+  }
+}
 
 Attributes RootedDrive::attributes(const std::string& path) {
-  const std::optional<_FS_FILE_V2> file = is_upload(name_of(path)) ? std::nullopt : drive_.find(on_drive(path));
+  const std::optional<Attributes> file = find(path);
   if (!file) throw_errno(ENOENT, path);
-  return attributes_of(*file);
+  return *file;
 }
 
 void RootedDrive::list(const std::string& path, const Visit& visit) {
   drive_.list(on_drive(path), [&](const _FS_FILE_V2& file) {
-    if (!is_upload(file.name)) visit(file.name, file.type == FS_TYPE_DIRECTORY);
+    if (!is_own(file.name)) visit(file.name, attributes_of(file));
   });
 }
 
 std::optional<Quota> RootedDrive::volume() { return drive_.quota(); }
 
 std::size_t RootedDrive::read(const std::string& path, long long offset, std::span<char> out) {
-  const long long length = std::min(static_cast<long long>(out.size()), attributes(path).size - offset);
-  if (length <= 0) return 0;
+  if (out.empty()) return 0;
   std::size_t got = 0;
   try {
-    drive_.read(on_drive(path), offset, length, new_handle(), [&](const unsigned char* data, std::size_t size) {
-      std::memcpy(out.subspan(got, size).data(), data, size);
-      got += size;
-    });
+    drive_.read(on_drive(path), offset, static_cast<long long>(out.size()), new_handle(),
+                [&](const unsigned char* data, std::size_t size) {
+                  std::memcpy(out.subspan(got, size).data(), data, size);
+                  got += size;
+                });
   } catch (const OperationError& error) {
-    const bool became_shorter = error.status() == FS_ERR_READ && error.reason() == 0;
-    if (!became_shorter) throw;
+    const bool at_the_end = error.status() == FS_ERR_READ && error.reason() == 0;
+    if (!at_the_end) throw;
   }
   return got;
 }
 
 void RootedDrive::fetch(const std::string& path, long long size, const Drive::Sink& sink) {
-  drive_.read(on_drive(path), 0, size, new_handle(), sink);
+  if (size > 0) drive_.read(on_drive(path), 0, size, new_handle(), sink);
+}
+
+void RootedDrive::expect_ordinary(const std::string& path, const Attributes& file) {
+  if (file.directory || file.size > 0) return;  // only what has no size can be anything else
+  const Place place = place_of(path);
+  try {
+    // Moved to where it is: changes nothing, and is refused for what is neither file nor folder.
+    drive_.move(record_of(place.path(), FS_TYPE_FILE), place.parent, place.name);
+  } catch (const OperationError& error) {
+    if (error.status() == FS_ERR_NOT_FOUND && find(path)) throw_errno(EOPNOTSUPP, path);
+  }
 }
 
 void RootedDrive::expect_readable(const std::string& path, const Attributes& file) {
-  // Reading nothing opens the file all the same. What has no size may be a pipe, which would be waited for.
-  if (file.size > 0) drive_.read(on_drive(path), 0, 0, new_handle(), {});
+  expect_ordinary(path, file);
+  if (!file.directory && file.size > 0) drive_.read(on_drive(path), 0, 0, new_handle(), {});  // opens it all the same
 }
 
-void RootedDrive::create_file(const std::string& path) {
+Attributes RootedDrive::create_file(const std::string& path) {
   const Place place = place_of(path);
-  drive_.upload(place.parent, place.name, 0, new_handle(), {});
+  if (is_own(place.name)) throw_errno(EPERM, path);
+  return attributes_of(drive_.upload(place.parent, place.name, 0, new_handle(), {}));
 }
 
-Attributes RootedDrive::fill_file(const std::string& path, const Attributes& file, const Drive::Source& source) {
+Attributes RootedDrive::replace_file(const std::string& path, unsigned long number, long long size,
+                                     const NewTimes& times, const Drive::Source& source) {
   const Place target = place_of(path);
-  try {
-    drive_.upload(target.parent, target.name, file.size, new_handle(), source);
-  } catch (...) {
-    ignore_refusal([&] { create_file(path); });  // a failed upload leaves nothing, but the file is there
-    throw;
+  const std::string name = own_prefix_ + std::to_string(number);
+  const _FS_FILE_V2 uploaded = drive_.upload(target.parent, name, size, new_handle(), source);
+  const Attributes now = attributes_of(uploaded);
+  const NewTimes wanted{times.accessed.value_or(now.accessed), times.modified.value_or(now.modified)};
+  if (wanted.accessed != now.accessed || wanted.modified != now.modified) {
+    ignore_refusal([&] { drive_.set_times(uploaded.path, *wanted.accessed, *wanted.modified); });
   }
-  ignore_refusal([&] { drive_.set_times(target.path(), file.accessed, file.modified); });  // the content counts
-  return attributes(path);
-}
-
-Attributes RootedDrive::replace_file(const std::string& path, const Attributes& file, const Drive::Source& source) {
-  const Place target = place_of(path);
-  const _FS_FILE_V2 uploaded = drive_.upload(target.parent, upload_name(), file.size, new_handle(), source);
-  ignore_refusal([&] { drive_.set_times(uploaded.path, file.accessed, file.modified); });
   try {
     return attributes_of(drive_.move(uploaded, target.parent, target.name));
   } catch (const OperationError&) {
@@ -158,22 +197,30 @@ Attributes RootedDrive::replace_file(const std::string& path, const Attributes& 
   }
 }
 
+void RootedDrive::remove_leftover(const std::string& path, const std::string& prefix, unsigned long number) {
+  const Place place = place_of(path);
+  ignore_refusal(
+      [&] { drive_.remove(record_of(below(place.parent, prefix + std::to_string(number)), FS_TYPE_FILE)); });
+}
+
 // The module gives one reason for every failure to make a folder; making a file there gives the true one.
 int RootedDrive::why_nothing_can_be_made_in(const std::string& parent) {
-  if (drive_.info(parent).type != FS_TYPE_DIRECTORY) return ENOTDIR;
   try {
-    drive_.remove(drive_.upload(parent, upload_name(), 0, new_handle(), {}));
+    if (drive_.info(parent).type != FS_TYPE_DIRECTORY) return ENOTDIR;
+    const std::string probe = fmt::format("{}probe-{}", own_prefix_, ++probes_);
+    drive_.remove(drive_.upload(parent, probe, 0, new_handle(), {}));
     return EIO;
   } catch (const OperationError& error) {
     return errno_of(error);
   }
 }
 
-void RootedDrive::create_directory(const std::string& path) {
+Attributes RootedDrive::create_directory(const std::string& path) {
   const Place place = place_of(path);
-  if (drive_.find(place.path())) throw_errno(EEXIST, path);  // which the module takes for success
+  if (is_own(place.name)) throw_errno(EPERM, path);
+  if (find(path)) throw_errno(EEXIST, path);  // which the module takes for success
   try {
-    drive_.create_directory(place.parent, place.name);
+    return attributes_of(drive_.create_directory(place.parent, place.name));
   } catch (const OperationError& error) {
     if (error.status() != FS_ERR_OPERATION_FAILED) throw;
     throw_errno(why_nothing_can_be_made_in(place.parent), path);
@@ -181,23 +228,28 @@ void RootedDrive::create_directory(const std::string& path) {
 }
 
 void RootedDrive::remove_file(const std::string& path) {
-  drive_.remove(record_of(place_of(path).path(), FS_TYPE_FILE));
+  try {
+    drive_.remove(record_of(on_drive(path), FS_TYPE_FILE));
+  } catch (const OperationError& error) {
+    if (says_absent(error) && find(path)) throw_errno(EPERM, path);  // neither file nor folder: not for this protocol
+    throw;
+  }
 }
 
 void RootedDrive::remove_directory(const std::string& path) {
-  const std::string directory = on_drive(path);
-  std::vector<_FS_FILE_V2> leftovers;
-  drive_.list(directory, [&](const _FS_FILE_V2& file) {
-    if (!is_upload(file.name)) throw_errno(ENOTEMPTY, path);
-    leftovers.push_back(file);
-  });
-  for (const _FS_FILE_V2& leftover : leftovers) drive_.remove(leftover);
-  drive_.remove(record_of(directory, FS_TYPE_DIRECTORY));
+  list(path, [&](const std::string&, const Attributes&) { throw_errno(ENOTEMPTY, path); });
+  drive_.remove(record_of(on_drive(path), FS_TYPE_DIRECTORY));
 }
 
-void RootedDrive::move(const std::string& from, const std::string& to) {
+Attributes RootedDrive::move(const std::string& from, const std::string& to, bool directory) {
   const Place target = place_of(to);
-  drive_.move(drive_.info(place_of(from).path()), target.parent, target.name);
+  try {
+    return attributes_of(drive_.move(record_of(on_drive(from), directory ? FS_TYPE_DIRECTORY : FS_TYPE_FILE),
+                                     target.parent, target.name));
+  } catch (const OperationError& error) {
+    if (says_absent(error) && find(from)) throw_errno(EPERM, from);
+    throw;
+  }
 }
 
 void RootedDrive::set_times(const std::string& path, const NewTimes& times) {

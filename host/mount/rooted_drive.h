@@ -9,6 +9,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <string_view>
 
 #include "host/client/drive.h"
 
@@ -24,8 +25,10 @@ struct Attributes {
   bool directory = false;
   long long size = 0;
   time_t accessed = 0, modified = 0, changed = 0;
-  friend bool operator==(const Attributes&, const Attributes&) = default;
 };
+
+// Whether what was said of a file at two times allows that its content is the same.
+bool can_have_same_content(const Attributes& one, const Attributes& other);
 
 // A time that is left out stays.
 struct NewTimes {
@@ -36,34 +39,42 @@ struct NewTimes {
 // tells them apart. Operations may run at once.
 //
 // A file is replaced as a whole: its new content goes beside it under a name of the mapping's own and then takes
-// its place, so that the drive holds the older content or the newer one whatever happens in between. The names of
-// such uploads are not seen on the drive and can't be used there.
+// its place, so that the drive holds the older content or the newer one whatever happens in between. Such names start
+// with a text that no other mapping has: they are not seen through this one, and all others are ordinary names.
 class RootedDrive {
  public:
   // Everything goes through `drive`, whose root_path this sets; `root` is an absolute path.
   RootedDrive(Drive& drive, std::string root);
 
+  [[nodiscard]] const std::string& own_prefix() const { return own_prefix_; }
+  [[nodiscard]] std::string aside_path(unsigned long number) const;  // for a file that is removed while it is open
+
+  std::optional<Attributes> find(const std::string& path);  // nothing where there is no entry
   Attributes attributes(const std::string& path);
-  using Visit = std::function<void(const std::string& name, bool directory)>;
+  using Visit = std::function<void(const std::string& name, const Attributes& entry)>;
   void list(const std::string& path, const Visit& visit);
   std::optional<Quota> volume();
 
   // Reads what there is of the range and answers how much it was: less than `out` holds at the file's end only.
   std::size_t read(const std::string& path, long long offset, std::span<char> out);
   void fetch(const std::string& path, long long size, const Drive::Sink& sink);
-  // Fails where the file can be seen but not be read.
+  // Fails where the file can't be read, and where it is a pipe, a device or a socket, without opening such a thing.
   void expect_readable(const std::string& path, const Attributes& file);
+  void expect_ordinary(const std::string& path, const Attributes& file);
 
-  void create_file(const std::string& path);
-  // The file's new content and times. Answers what the drive says of it afterwards. Filling is for a file that
-  // was created for this content: there is nothing older in it to be lost.
-  Attributes fill_file(const std::string& path, const Attributes& file, const Drive::Source& source);
-  Attributes replace_file(const std::string& path, const Attributes& file, const Drive::Source& source);
-  void create_directory(const std::string& path);
+  Attributes create_file(const std::string& path);
+  // The file's new content and times, uploaded under a name made from `number`. Answers what the drive says of it
+  // afterwards. A time that is left out is that of the upload.
+  Attributes replace_file(const std::string& path, unsigned long number, long long size, const NewTimes& times,
+                          const Drive::Source& source);
+  Attributes create_directory(const std::string& path);
   void remove_file(const std::string& path);
-  void remove_directory(const std::string& path);  // with the leftovers of uploads that were killed
-  void move(const std::string& from, const std::string& to);
+  void remove_directory(const std::string& path);
+  Attributes move(const std::string& from, const std::string& to, bool directory);
   void set_times(const std::string& path, const NewTimes& times);
+
+  // What a mapping that was killed has left beside `path`; nothing where it has left nothing.
+  void remove_leftover(const std::string& path, const std::string& prefix, unsigned long number);
 
  private:
   struct Place {
@@ -72,13 +83,13 @@ class RootedDrive {
   };
   [[nodiscard]] std::string on_drive(const std::string& path) const;
   [[nodiscard]] Place place_of(const std::string& path) const;
-  [[nodiscard]] std::string upload_name();
+  [[nodiscard]] bool is_own(std::string_view name) const;
   int why_nothing_can_be_made_in(const std::string& parent);
 
   Drive& drive_;
   std::string root_;
-  std::string upload_prefix_;  // of this mapping's uploads alone
-  std::atomic<unsigned long> uploads_ = 0;
+  std::string own_prefix_;
+  std::atomic<unsigned long> probes_ = 0;
 };
 
 }  // namespace host

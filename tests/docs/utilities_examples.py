@@ -30,7 +30,7 @@ if faults:
     sys.exit("\n".join(f"{document.name}: {fault}" for fault in faults))
 
 headers = sorted({header for line in lines if line.startswith("## ") for header in re.findall(r"`([\w/]+\.h)`", line)})
-out = [f"#include <{name}>" for name in ("unistd.h", "cstdio", "cstdlib", "ctime", "fstream", "functional", "memory",
+out = [f"#include <{name}>" for name in ("unistd.h", "cstdio", "cstdlib", "ctime", "filesystem", "fstream", "functional", "memory",
                                          "regex", "sstream", "stdexcept", "string", "vector")]
 out += [f'#include "{name}"' for name in headers]
 out += ["""
@@ -57,6 +57,11 @@ for index, example in enumerate(examples):
         out += [f'#line {number} "{document}"']
         out += [line if line.endswith(";") else f'expect({line}, {number}, R"code({line})code");']
     out += ["}"]
-out += ["}  // namespace", "int main() {", *(f"  example{index}();" for index in range(len(examples))),
+# What the examples write lands in a folder of its own.
+out += ["}  // namespace", "int main() {",
+        '  std::string folder = (std::filesystem::temp_directory_path() / "utilities-XXXXXX").string();',
+        "  if (::mkdtemp(folder.data()) == nullptr) return 2;", "  std::filesystem::current_path(folder);",
+        *(f"  example{index}();" for index in range(len(examples))),
+        '  std::filesystem::current_path("/");', "  std::filesystem::remove_all(folder);",
         "  return faults == 0 ? 0 : 1;", "}", ""]
 program.write_text("\n".join(out))

@@ -5,7 +5,7 @@
 #include <array>
 #include <tuple>
 
-#include "plugin/logger.h"
+#include "plugin/log_line.h"
 #include "testing/scoped_environment.h"
 
 namespace {
@@ -24,7 +24,7 @@ TEST(LocalDisk, MapsHostPathsToThemselves) {
 }
 
 TEST(LocalDisk, FillsARecordFromAStatus) {
-  const ScopedZone berlin(kBerlin);
+  const ScopedZone berlin(berlin_zone);
   LocalDisk disk(nullptr);
   struct stat status {};
   status.st_mode = S_IFSOCK;
@@ -79,6 +79,6 @@ TEST(LocalDisk, ForwardsThroughItsTable) {
   EXPECT_EQ(disk.asked, "///tmp");
 }
 
-TEST(Logger, DropsALineWithoutALogger) { __LOG__A(nullptr, LOGLEVEL_INFO, "%s", "nobody hears this"); }
+TEST(Logger, DropsALineWithoutALogger) { localdisk::__LOG__A(nullptr, LOGLEVEL_INFO, "%s", "nobody hears this"); }
 
 }  // namespace

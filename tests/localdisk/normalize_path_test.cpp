@@ -9,12 +9,13 @@
 #include <vector>
 
 #include "localdisk/memrchr.h"
+#include "localdisk/paths.h"
 
 namespace {
 
 std::string exported(std::string_view path) {
-  const std::vector<char> exact(path.begin(),
-                                path.end());  // without a terminator, so that a checker sees a step too far
+  // Without a terminator, so that a sanitizer sees a step too far.
+  const std::vector<char> exact(path.begin(), path.end());
   char* const text = normalize_path(exact.data(), exact.size());
   std::string result(text);
   std::free(text);

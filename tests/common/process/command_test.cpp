@@ -11,6 +11,7 @@
 #include <stdexcept>
 #include <string>
 
+#include "common/process/read_output.h"
 #include "testing/temporary_folder.h"
 #include "tests/common/process/inheritable_descriptors.h"
 
@@ -49,7 +50,7 @@ TEST(Command, AFailingStreamEndsWithWhatCameBefore) {
   ASSERT_EQ(::write(ends[1], "line\npart", 9), 9);
   ::close(ends[1]);
   const std::shared_ptr<std::FILE> stream(::fdopen(ends[0], "r"), std::fclose);
-  EXPECT_EQ(rest_of(*stream), "line\npart");
+  EXPECT_EQ(localdisk::read_output(*stream), "line\npart");
   EXPECT_NE(std::ferror(stream.get()), 0);
 }
 

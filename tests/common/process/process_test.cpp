@@ -8,6 +8,7 @@
 
 #include "common/process/current_path.h"
 #include "common/process/executable_path.h"
+#include "common/process/login_name.h"
 #include "common/process/process_id.h"
 #include "common/process/user_name.h"
 #include "testing/temporary_folder.h"
@@ -35,7 +36,7 @@ TEST(ProcessIdDeathTest, AnotherUsersProcessCountsAsNotRunning) {
 
 TEST(CurrentPath, IsWhatStandsBeforeTheLastDivider) {
   const std::string rows[][2] = {{"/opt/app/bin/host", "/opt/app/bin"}, {"/host", ""}, {"host", ""}, {"", ""}};
-  for (const auto& [path, expected] : rows) EXPECT_EQ(directory_of(path), expected) << path;
+  for (const auto& [path, expected] : rows) EXPECT_EQ(localdisk::directory_of(path), expected) << path;
   EXPECT_EQ(GetCurrentPath(), std::filesystem::read_symlink("/proc/self/exe").parent_path());
 }
 
@@ -44,17 +45,17 @@ TEST(CurrentPath, EndsAt1024Bytes) {
   for (const std::size_t length : {1U, 1023U, 1024U, 1025U, 1026U, 4000U}) {
     const std::string link = folder / std::to_string(length);
     std::filesystem::create_symlink(std::string(length, 'x'), link);
-    EXPECT_EQ(link_text(link.c_str()), length <= 1024 ? std::string(length, 'x') : "") << length;
+    EXPECT_EQ(localdisk::link_text(link.c_str()), length <= 1024 ? std::string(length, 'x') : "") << length;
   }
-  EXPECT_EQ(link_text((folder / "missing").c_str()), "");
+  EXPECT_EQ(localdisk::link_text((folder / "missing").c_str()), "");
 }
 
 TEST(UserName, IsTheRealUsers) {
   const passwd* entry = ::getpwuid(::getuid());
   const std::string expected = entry == nullptr ? "" : entry->pw_name;
   EXPECT_EQ(GetUserName(), expected);
-  for (const std::size_t too_small : {0U, 1U, 20U}) EXPECT_EQ(login_name(::getuid(), too_small), expected);
-  EXPECT_EQ(login_name(0x7FFF'FFF1), "");  // nobody has this id
+  for (const std::size_t too_small : {0U, 1U, 20U}) EXPECT_EQ(localdisk::login_name(::getuid(), too_small), expected);
+  EXPECT_EQ(localdisk::login_name(0x7FFF'FFF1), "");  // nobody has this id
 }
 
 }  // namespace

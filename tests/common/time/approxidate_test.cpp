@@ -7,8 +7,12 @@
 #include <random>
 #include <string>
 
+#include "common/time/date_at.h"
 #include "testing/scoped_environment.h"
 #include "tests/common/time/instants.h"
+
+using localdisk::approxidate_at;
+using localdisk::Clock;
 
 namespace {
 

@@ -8,6 +8,8 @@
 #include "common/time/date_text.h"
 #include "tests/common/time/instants.h"
 
+using namespace localdisk;
+
 namespace {
 
 constexpr atm nothing_given{-1, -1, -1, -1, -1, -1, 0, 0, -1, 0};
@@ -67,12 +69,4 @@ TEST(DateGroup, TakesSensibleDatesWhenTheClockShowsNoYear) {
   EXPECT_EQ(read_group("2/14", nothing_given, clock), "x:x:x.0 x-2-14");
   EXPECT_EQ(read_group("2/14/50", nothing_given, clock),
             "x:x:x.0 x-2-14[2/14/50]");  // what an attempt has left
-}
-
-TEST(DateGroup, CountsTheCharactersOfTheGroup) {
-  atm record = nothing_given;
-  std::string text = "2008-02-14 20:30";
-  EXPECT_EQ(match_multi_number(2008, '-', text.data(), text.data() + 4, &record), 10);
-  EXPECT_EQ(record.tm_year, 108);
-  EXPECT_EQ(match_multi_number(99, ':', text.data() + 11, text.data() + 13, &record), 0);
 }

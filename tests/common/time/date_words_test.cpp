@@ -12,6 +12,8 @@
 #include "common/time/date_text.h"
 #include "tests/common/time/instants.h"
 
+using namespace localdisk;
+
 TEST(DateWords, MatchAsFarAsTheWordOfTheInputGoes) {
   using Row = std::pair<int, const char*>;
   for (const auto& [length, input] : std::to_array<Row>({{3, "Mon"},

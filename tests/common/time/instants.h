@@ -18,7 +18,9 @@ inline time_t utc(int year, unsigned month, unsigned day, int hour = 0, int minu
   return (date.time_since_epoch() + hours(hour) + minutes(minute) + seconds(second)) / seconds(1);
 }
 
-inline Clock clock_at(time_t instant) { return Clock(timeval{.tv_sec = instant, .tv_usec = 0}); }
+inline localdisk::Clock clock_at(time_t instant) {
+  return localdisk::Clock(timeval{.tv_sec = instant, .tv_usec = 0});
+}
 
 inline std::string formatted(const tm& fields, const char* format) {
   std::ostringstream text;

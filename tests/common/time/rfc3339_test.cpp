@@ -139,6 +139,7 @@ TEST(ServerClock, ShiftsByTheStandardOffset) {
     EXPECT_EQ(AdjustOffsetForServerTime(kJanuaryNoon), row.forward_january) << row.zone;
     EXPECT_EQ(AdjustOffsetForServerTime(kJulyNoon), row.forward_july) << row.zone;
     EXPECT_EQ(AdjustServerTimeOffset("2021-01-15T12:00:00"), row.back) << row.zone;
+    for (const long no_year : {LONG_MIN, LONG_MAX}) EXPECT_EQ(AdjustOffsetForServerTime(no_year), "") << row.zone;
   }
   for (const char* text : {"", "not a time", "2021-01-15T12:00:00"}) EXPECT_EQ(NoAdjustServerTimeOffset(text), text);
 }

@@ -10,8 +10,12 @@
 #include <utility>
 #include <vector>
 
+#include "common/time/date_at.h"
 #include "testing/scoped_environment.h"
 #include "tests/common/time/instants.h"
+
+using localdisk::Clock;
+using localdisk::parse_date_at;
 
 namespace {
 
@@ -65,6 +69,7 @@ TEST(StrictDate, ReadsDatesOfMailsLogsAndMachines) {
       {utc(2008, 2, 14), 0, 0, {"2008-02-14 12:00:00 AM Z"}},
       {utc(2008, 2, 15), 0, 0, {"2008-02-14 24:00:00 Z"}},
       {utc(1999, 2, 14, 20, 30), 0, 0, {"14 Feb 99 20:30 Z"}},
+      {utc(2008, 12, 14, 20, 30), 0, 0, {"20:30 14 12 2008 Z"}},  // the last number that can be a month
   }));
 }
 
@@ -113,9 +118,10 @@ TEST(StrictDate, TakesTheOffsetThatTheZoneHasOnTheDay) {
 
 TEST(StrictDate, RefusesWhatLacksADateOrATime) {
   const Clock clock = clock_at(utc(2021, 7, 1));
-  for (const char* text : {"", "\n2008-02-14 20:30", "20080214", "2008-02-14", "Feb 14 2008", "2008-02-14 9pm",
-                           "Feb 14 20:30", "20:00 12/31/2099", "2100-03-01 00:00:00 +0000", "14 Feb 1969 20:30",
-                           "@5 +00000", "@18446744073709551615 +0000", "18446744073709551615", "67768036191676800"}) {
+  for (const char* text :
+       {"", "\n2008-02-14 20:30", "20080214", "2008-02-14", "Feb 14 2008", "2008-02-14 9pm", "Feb 14 20:30",
+        "20:30 14 13 2008", "20:00 12/31/2099", "2100-03-01 00:00:00 +0000", "14 Feb 1969 20:30", "@5 +00000",
+        "@18446744073709551615 +0000", "18446744073709551615", "67768036191676800"}) {
     timeval result{};
     EXPECT_EQ(parse_date_at(text, &result, nullptr, clock), -1) << text;
     EXPECT_EQ(result.tv_sec, -1) << text;

@@ -101,7 +101,7 @@ refused "Not a directory" mkdir folder/file/below
 refused "File name too long" touch "$(printf 'x%.0s' {1..256})"
 refused "Operation not permitted" ln -s folder link
 refused "Operation not permitted" ln folder/file link
-refused "Operation not permitted" touch .localdisk-upload-mine
+echo mine >.localdisk-upload-mine && expect "$(cat .localdisk-upload-mine)$(cat "$root/.localdisk-upload-mine")" minemine
 chmod 600 folder/file && chown 1:1 folder/file
 for time in 1950-07-01T12:00:00 1999-12-31T23:59:59 2024-07-15T08:30:01 2050-01-01T00:00:00; do
   touch -d "$time" folder/file
@@ -111,14 +111,17 @@ done
 touch "$(printf 'bytes \xff\xfe\n')" && expect "$(ls -A --quoting-style=c)" "$(ls -A --quoting-style=c "$root")"
 expect "$(df --output=size -B1 . | tail -1)" "$(df --output=size -B1 "$root" | tail -1)"
 cd "$base"
-rm -r "${drive:?}"/*
+rm -r "${drive:?}"/* "$drive/.localdisk-upload-mine"
 
 step "$operations random operations, one thread"
 "$random_files" "$drive" "$plain" 4711 "$operations" 1
+diff -r "$plain" "$root"
 step "$operations random operations, 8 threads"
 rm -rf "${drive:?}"/* "${plain:?}"/*
 "$random_files" "$drive" "$plain" 815 "$operations" 8
 diff -r "$plain" "$root"
+diff -r "$drive" "$root"
+expect "$(ls -AR "$drive" | sed "s|$drive||")" "$(ls -AR "$root" | sed "s|$root||")"
 rm -rf "${drive:?}"/*
 
 step "a database"
@@ -182,6 +185,7 @@ if ! mount -t tmpfs -o size=4m tmpfs "$small" 2>/dev/null; then
   echo "SKIPPED this step: not allowed to mount a tmpfs"
   exit 0
 fi
+rm -rf "${cache:?}"/*
 mount_drive "$small"
 head -c 1500000 /dev/urandom >"$base/older"
 cp "$base/older" "$drive/older"

@@ -1,0 +1,310 @@
+#include "host/mount/drive_files.h"
+
+#include <fcntl.h>
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <utility>
+
+#include "host/client/paths.h"
+#include "host/mount/messages.h"
+
+namespace host {
+namespace {
+
+using Hold = NodeTable::Hold;
+
+}  // namespace
+
+DriveFiles::DriveFiles(RootedDrive& drive, CacheFolder& cache)
+    : drive_(drive), cache_(cache), table_([this] { return std::make_shared<OpenFile>(drive_, cache_); }) {
+  table_.root().is_directory = true;
+}
+
+Described DriveFiles::enter(Node& folder, const std::string& name, const std::string& path, const Attributes& entry) {
+  return {&table_.enter(folder, name, entry), entry, number_of_path(path), false};
+}
+
+std::optional<Described> DriveFiles::lookup(Node& folder, const std::string& name) {
+  const Hold hold(table_, folder, name);
+  const std::shared_ptr<OpenFile> file = table_.file_below(folder, name);
+  std::optional<Attributes> found = file ? file->cached_attributes() : std::nullopt;
+  if (!found) found = drive_.find(hold.path());
+  if (!found) return std::nullopt;
+  return enter(folder, name, hold.path(), *found);
+}
+
+Described DriveFiles::make_folder(Node& folder, const std::string& name) {
+  const Hold hold(table_, folder, name);
+  const Attributes made = drive_.create_directory(hold.path());
+  table_.count_change(folder);
+  return enter(folder, name, hold.path(), made);
+}
+
+Described DriveFiles::make_file(Node& folder, const std::string& name) {
+  const Hold hold(table_, folder, name);
+  if (drive_.find(hold.path())) throw_errno(EEXIST, hold.path());
+  const Attributes made = drive_.create_file(hold.path());
+  table_.count_change(folder);
+  return enter(folder, name, hold.path(), made);
+}
+
+// On the drive at once, where others see that the name is taken.
+DriveFiles::Created DriveFiles::create(Node& folder, const std::string& name, int flags) {
+  const Hold hold(table_, folder, name);
+  const std::shared_ptr<OpenFile> known = table_.file_below(folder, name);
+  std::optional<Attributes> found = known ? known->cached_attributes() : std::nullopt;
+  if (!found) found = drive_.find(hold.path());
+  if (found && (flags & O_EXCL) != 0) throw_errno(EEXIST, hold.path());
+  const bool is_new = !found;
+  if (is_new) {
+    found = drive_.create_file(hold.path());
+    table_.count_change(folder);
+  }
+  const Described entry = enter(folder, name, hold.path(), *found);
+  try {
+    return {entry, open_held(*entry.node, hold.path(), is_new ? flags & ~O_TRUNC : flags)};
+  } catch (...) {
+    table_.forget(*entry.node, 1);
+    throw;
+  }
+}
+
+Described DriveFiles::attributes(Node& node) {
+  const Hold hold(table_, node);
+  const auto [file, last, removed_number] =
+      table_.locked([&] { return std::tuple(node.file, node.last, node.removed_number); });
+  const bool is_removed = hold.path().empty();
+  std::optional<Attributes> now = file ? file->cached_attributes() : std::nullopt;
+  if (!now && is_removed) now = last;
+  if (!now) {
+    now = drive_.attributes(hold.path());
+    table_.remember(node, *now);
+  }
+  return {&node, *now, is_removed ? removed_number : number_of_path(hold.path()), is_removed};
+}
+
+void DriveFiles::resize(Node& node, const FileHandle* handle, long long size) {
+  const Hold hold(table_, node);
+  if (handle != nullptr) return handle->file->resize(hold.path(), size);
+  const std::unique_ptr<FileHandle> opened = open_held(node, hold.path(), O_WRONLY);
+  try {
+    opened->file->resize(hold.path(), size);
+    opened->file->flush(hold.path());
+  } catch (...) {
+    table_.close(node, /*reads=*/false);
+    throw;
+  }
+  table_.close(node, /*reads=*/false);
+}
+
+void DriveFiles::set_times(Node& node, const NewTimes& times) {
+  const Hold hold(table_, node);
+  const std::shared_ptr<OpenFile> file = table_.locked([&] { return node.file; });
+  if (!file && hold.path().empty()) throw_errno(ESTALE, node.name);
+  file ? file->set_times(hold.path(), times) : drive_.set_times(hold.path(), times);
+}
+
+std::unique_ptr<FileHandle> DriveFiles::open(Node& node, int flags) {
+  const Hold hold(table_, node);
+  return open_held(node, hold.path(), flags);
+}
+
+std::unique_ptr<FileHandle> DriveFiles::open_held(Node& node, const std::string& path, int flags) {
+  const bool truncates = (flags & O_TRUNC) != 0;
+  const bool reads = (flags & O_ACCMODE) != O_WRONLY;
+  const bool writes = (flags & O_ACCMODE) != O_RDONLY || truncates;
+  auto handle = std::make_unique<FileHandle>(FileHandle{node, table_.open(node, reads), reads, writes});
+  try {
+    const bool is_gone = path.empty() && !handle->file->is_removed();
+    if (is_gone && !truncates) throw_errno(ESTALE, node.name);  // the kernel looks for it again
+    if (is_gone) {
+      handle->file->start_removed();
+    } else if (!handle->file->is_cached()) {
+      if (reads && !truncates) {
+        prepare_reading(*handle, path);
+      } else {
+        drive_.expect_ordinary(path, table_.locked([&] { return node.last; }));
+      }
+    }
+    if (truncates && !is_gone) handle->file->resize(path, 0);
+  } catch (...) {
+    table_.close(node, reads);
+    throw;
+  }
+  return handle;
+}
+
+// What the kernel has kept is right where nothing was changed since: by times of whole seconds that can be told only
+// of changes that were a while old when it began to keep it.
+void DriveFiles::prepare_reading(FileHandle& handle, const std::string& path) {
+  constexpr long long small_content = 1 << 17;
+  constexpr time_t in_doubt = 2;
+  const auto now = std::chrono::steady_clock::now();
+  auto [file, asked, kept_since] =
+      table_.locked([&] { return std::tuple(handle.node.last, handle.node.last_asked, handle.node.kept_since); });
+  if (now - asked > std::chrono::duration<double>(seconds_to_remember)) {
+    file = drive_.attributes(path);
+    table_.remember(handle.node, file);
+  }
+  handle.keeps_pages = std::max(file.changed, file.modified) + in_doubt <= kept_since;
+  if (handle.keeps_pages) return;
+  const time_t since = ::time(nullptr);
+  table_.locked([&] { handle.node.kept_since = since; });
+  if (file.directory || file.size == 0 || file.size > small_content) return drive_.expect_readable(path, file);
+  handle.ahead = std::make_unique<FileHandle::Ahead>();
+  handle.ahead->content.resize(static_cast<std::size_t>(file.size) + 1);  // one more tells whether it grew
+  handle.ahead->content.resize(drive_.read(path, 0, handle.ahead->content));
+  handle.ahead->is_fresh = static_cast<long long>(handle.ahead->content.size()) == file.size;
+}
+
+std::size_t DriveFiles::read(FileHandle& handle, std::span<char> out, long long offset) {
+  const Hold hold(table_, handle.node);
+  if (handle.ahead && offset == 0 && !handle.file->is_cached()) {
+    const std::lock_guard lock(handle.ahead->lock);
+    const std::string& content = handle.ahead->content;
+    if (std::exchange(handle.ahead->is_fresh, false) && content.size() <= out.size()) {
+      std::copy(content.begin(), content.end(), out.begin());
+      return content.size();
+    }
+  }
+  return handle.file->read(hold.path(), out, offset);
+}
+
+void DriveFiles::write(FileHandle& handle, std::span<const char> data, long long offset, bool appends) {
+  const Hold hold(table_, handle.node);
+  if (handle.ahead) {
+    const std::lock_guard lock(handle.ahead->lock);
+    handle.ahead->is_fresh = false;
+  }
+  appends ? static_cast<void>(handle.file->append(hold.path(), data)) : handle.file->write(hold.path(), data, offset);
+}
+
+void DriveFiles::flush(FileHandle& handle) {
+  const Hold hold(table_, handle.node);
+  handle.file->flush(hold.path());
+}
+
+void DriveFiles::close(std::unique_ptr<FileHandle> handle) {
+  try {
+    if (handle->file->is_unsaved()) flush(*handle);
+  } catch (const std::exception& error) {
+    tell(fmt::format("a changed file stays in the cache: {}", error.what()));
+  }
+  handle->file.reset();
+  table_.close(handle->node, handle->reads);
+}
+
+std::unique_ptr<FolderHandle> DriveFiles::open_folder(Node& node) {
+  return std::make_unique<FolderHandle>(FolderHandle{node});
+}
+
+bool DriveFiles::keeps_listing(Node& node) {
+  constexpr time_t in_doubt = 2;
+  const auto [last, kept_since] = table_.locked([&] { return std::pair(node.last, node.kept_since); });
+  return std::max(last.modified, last.changed) + in_doubt <= kept_since;
+}
+
+void DriveFiles::read_folder(FolderHandle& handle) {
+  const Hold hold(table_, handle.node);
+  if (hold.path().empty()) throw_errno(ENOENT, handle.node.name);
+  handle.entries.clear();
+  handle.path = hold.path();
+  handle.read_at = std::chrono::steady_clock::now();
+  const time_t since = ::time(nullptr);
+  handle.changes = table_.locked([&] { return handle.node.changes; });
+  drive_.list(hold.path(), [&](const std::string& name, const Attributes& entry) {
+    handle.entries.push_back({name, entry});
+  });
+  handle.is_read = true;
+  table_.locked([&] {
+    if (handle.node.changes == handle.changes) handle.node.kept_since = since;
+  });
+}
+
+std::optional<Described> DriveFiles::entry_of(FolderHandle& handle, const FolderHandle::Entry& entry) {
+  const Hold hold(table_, handle.node);
+  if (hold.path().empty()) return std::nullopt;
+  const auto age = std::chrono::steady_clock::now() - handle.read_at;
+  const bool is_current = age < std::chrono::duration<double>(seconds_to_remember) &&
+                          handle.changes == table_.locked([&] { return handle.node.changes; });
+  if (!is_current) return std::nullopt;
+  const std::shared_ptr<OpenFile> file = table_.file_below(handle.node, entry.name);
+  const std::optional<Attributes> cached = file ? file->cached_attributes() : std::nullopt;
+  return enter(handle.node, entry.name, below(hold.path(), entry.name), cached.value_or(entry.attributes));
+}
+
+void DriveFiles::close_folder(std::unique_ptr<FolderHandle> handle) { handle.reset(); }
+
+std::uint64_t DriveFiles::number_of_removed(const std::string& path) {
+  return number_of_path(fmt::format("{}/removed/{}", path, ++removed_));
+}
+
+void DriveFiles::remove_file(Node& folder, const std::string& name) {
+  const NodeTable::Change change(table_, {{folder, name}});
+  const auto& [parent, own_name, node, path] = change[0];
+  if (path.empty()) throw_errno(ENOENT, name);
+  const auto [file, readers] = node == nullptr ? std::pair(std::shared_ptr<OpenFile>(), 0U)
+                                               : table_.locked([&] { return std::pair(node->file, node->readers); });
+  file ? file->remove(path, readers > 0) : drive_.remove_file(path);
+  if (node != nullptr) table_.detach(*node, number_of_removed(path));
+  table_.count_change(folder);
+}
+
+void DriveFiles::remove_folder(Node& folder, const std::string& name) {
+  const NodeTable::Change change(table_, {{folder, name}});
+  const auto& [parent, own_name, node, path] = change[0];
+  if (path.empty()) throw_errno(ENOENT, name);
+  if (node != nullptr) {
+    for (const auto& below_it : table_.files_at_or_below(*node)) {
+      if (below_it.file->is_unsaved()) throw_errno(ENOTEMPTY, path);  // kept here alone
+    }
+  }
+  drive_.remove_directory(path);
+  if (node != nullptr) table_.detach(*node, number_of_removed(path));
+  table_.count_change(folder);
+}
+
+void DriveFiles::rename(Node& folder, const std::string& name, Node& new_folder, const std::string& new_name,
+                        bool replaces) {
+  const NodeTable::Change change(table_, {{folder, name}, {new_folder, new_name}});
+  Node* const node = change[0].node;
+  Node* const replaced = change[1].node;
+  const std::string &from = change[0].path, &to = change[1].path;
+  if (from.empty() || to.empty()) throw_errno(ENOENT, new_name);
+  if (from == to) return;
+  if (!replaces && drive_.find(to)) throw_errno(EEXIST, to);
+  const auto file_of = [&](Node* one) { return one == nullptr ? nullptr : table_.locked([&] { return one->file; }); };
+  // Not before it is on the drive: what it replaces would be lost with it.
+  if (const auto file = file_of(node)) file->flush(from);
+  const bool is_directory = node != nullptr ? node->is_directory : drive_.attributes(from).directory;
+  Attributes moved;
+  const auto move = [&] { moved = drive_.move(from, to, is_directory); };
+  const auto target = file_of(replaced);
+  target ? target->be_replaced(to, table_.locked([&] { return replaced->readers; }) > 0, move) : move();
+
+  if (replaced != nullptr) table_.detach(*replaced, number_of_removed(to));
+  if (node != nullptr) {
+    table_.move(*node, new_folder, new_name);
+    table_.remember(*node, moved);
+    for (const auto& below_it : table_.files_at_or_below(*node)) below_it.file->moved(below_it.path);
+  }
+  table_.count_change(folder);
+  table_.count_change(new_folder);
+}
+
+std::vector<DriveFiles::Rescued> DriveFiles::flush_all() {
+  std::vector<Rescued> rescued;
+  for (const auto& [node, path, file] : table_.files_at_or_below(table_.root())) {
+    if (!file->is_unsaved()) continue;
+    try {
+      file->flush(path);
+    } catch (const std::exception& error) {
+      rescued.push_back({path, error.what(), file->rescue(path)});
+    }
+  }
+  return rescued;
+}
+
+}  // namespace host

@@ -1,0 +1,61 @@
+#include "localdisk/paths.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace localdisk {
+
+std::size_t normalize(std::string_view path, char* out) {
+  if (path.empty()) return 0;
+  std::size_t kept = 0;
+  for (std::size_t start = 0; start < path.size();) {
+    const std::size_t end = std::min(path.find('/', start), path.size());
+    const std::string_view component = path.substr(start, end - start);
+    start = end + 1;
+    if (component.empty() || component == ".") continue;
+    if (component == "..") {
+      while (kept > 0 && out[--kept] != '/') {
+      }
+      continue;
+    }
+    out[kept++] = '/';
+    std::memcpy(out + kept, component.data(), component.size());
+    kept += component.size();
+  }
+  if (kept == 0) out[kept++] = '/';
+  if (path.front() == '/') return kept;
+  std::memmove(out, out + 1, --kept);
+  return kept;
+}
+
+std::string normalized(std::string_view path) {
+  std::string out(normalize_room(path.size()), '\0');
+  out.resize(normalize(path, out.data()));
+  return out;
+}
+
+std::string_view last_component(std::string_view path) {
+  const std::size_t last = path.find_last_not_of('/');
+  if (last == std::string_view::npos) return path.substr(0, 1);
+  const std::string_view named = path.substr(0, last + 1);
+  return named.substr(named.rfind('/') + 1);  // from the start where there is no separator
+}
+
+void cut_to_parent(std::string& path) {
+  const std::size_t separator = path.rfind('/');
+  path.resize(separator == std::string::npos ? 0 : std::max<std::size_t>(separator, 1));
+}
+
+std::string concatenate(std::string_view directory, std::string_view name) {
+  std::string path;
+  path.reserve(directory.size() + 1 + name.size());
+  path.append(directory).append(1, '/').append(name);
+  return path;
+}
+
+void append_name(std::string& directory, std::string_view name) {
+  if (!directory.ends_with('/')) directory += '/';
+  directory += name;
+}
+
+}  // namespace localdisk
