@@ -113,7 +113,7 @@ FS_STATUS receive(std::string& content, const std::shared_ptr<_FS_HANDLE>& handl
 
 class MemoryDrive : public IProtocol_V2 {
  public:
-  void Release() override { delete this; }
+  void Release() override { delete this; }  // what GetProtocol made
 
   int GetFileList(const char* path, IFileList* list, char**) override {
     std::vector<_FS_FILE_V2> records;  // the host is called without the lock, for it may call back
@@ -228,7 +228,6 @@ class MemoryDrive : public IProtocol_V2 {
       return status;
     });
   }
-
   int GetUserInfo(char* buffer, int* length) override { return copy_out("nobody", buffer, length); }
   int GetRootID(char* buffer, int* length) override { return copy_out("/", buffer, length); }
   int GetType(char** name) override {
@@ -287,10 +286,11 @@ class MemoryDrive : public IProtocol_V2 {
 
 bool GetProtocol(IProtocolManager* manager, void** object) {
   if (manager == nullptr || object == nullptr) return false;
-  // Comes back through Release.
   return answer(FS_ERR_FAILED, [&] { return *object = static_cast<IRefObject*>(new MemoryDrive), FS_OK; }) == FS_OK;
 }
-void GetSupportProtocol(char** name) { *name = ::strdup(type_name); }
+void GetSupportProtocol(char** name) {
+  if (name != nullptr) *name = ::strdup(type_name);
+}
 void FreeP(void* memory) { std::free(memory); }
 int GetAuthType() { return 0; }
 int GetAuthFields(char*, int*) { return FS_ERR_NOT_SUPPORTED; }
