@@ -28,7 +28,8 @@
 #include "localdisk/status.h"
 #include "localdisk/transfer.h"
 
-// The three interfaces are for calling, not for deriving from: their constructors stay in the module.
+// Hosts call the three interfaces; a module derives its object from the last. Each module has their constructors in
+// one of its own sources: IRefObject::IRefObject() = default; and so on for the other two.
 class LOCALDISK_EXPORT IRefObject {
  public:
   IRefObject(const IRefObject&) = delete;

@@ -62,15 +62,15 @@ TEST(Approxidate, ReadsDatesAsPeopleWriteThem) {
 TEST(Approxidate, KeepsTheSummerTimeFlagOfToday) {
   // Days of winter are read by the summer time of today.
   expect_dates(
-      kBerlin, utc(2021, 7, 1, 13, 30, 20),
+      berlin_zone, utc(2021, 7, 1, 13, 30, 20),
       {"noon = 2021-07-01 10:00:00", "30 weeks ago = 2020-12-03 13:30:20", "Dec 25 = 2020-12-25 13:30:20",
        "6 months ago = 2021-01-01 13:30:20", "2008-02-14 = 2008-02-14 13:30:20", "never = 1970-01-01 00:00:00"});
   // Half an hour into summer time, at 3:30.
-  expect_dates(kBerlin, utc(2021, 3, 28, 1, 30),
+  expect_dates(berlin_zone, utc(2021, 3, 28, 1, 30),
                {"now = 2021-03-28 01:30:00", "1 hour ago = 2021-03-28 00:30:00", "yesterday = 2021-03-27 01:30:00",
                 "noon = 2021-03-27 11:00:00", "midnight = 2021-03-27 22:00:00", "last sunday = 2021-03-21 01:30:00"});
   // The second 2:30 of the night in which summer time ends.
-  expect_dates(kBerlin, utc(2021, 10, 31, 1, 30),
+  expect_dates(berlin_zone, utc(2021, 10, 31, 1, 30),
                {"now = 2021-10-31 01:30:00", "1 hour ago = 2021-10-31 00:30:00", "yesterday = 2021-10-30 01:30:00",
                 "last sunday = 2021-10-24 01:30:00", "noon = 2021-10-30 10:00:00", "midnight = 2021-10-30 23:00:00"});
 }
