@@ -11,7 +11,7 @@
 // A path of which nothing is left when it is normalized ("", ".", "..", "a/..") names no entry: FS_ERR_NOT_FOUND.
 // SetFileTime alone takes its path as it is.
 //
-// Times are told in the machine's zone, for which an operation that fills records calls ::tzset, and that reads TZ.
+// Times are told in the machine's zone, for which an operation that fills records calls tzset, and that reads TZ.
 // No thread may change the environment meanwhile.
 //
 // A thread may be cancelled in an operation or end itself in a callback: with glibc and libstdc++ everything that the
