@@ -1,105 +1,85 @@
-// get, put, mv, mkdir and rm.
+// mv, mkdir and rm.
 #include <fmt/format.h>
 
 #include "host/cli/commands.h"
-#include "host/cli/console.h"
-#include "host/cli/copy.h"
+#include "host/cli/mirror.h"
 #include "host/client/paths.h"
 
 namespace host {
 namespace {
 
-namespace fs = std::filesystem;
-
-// Where an entry called `name` goes when the user names `target`: into it when that is a folder, else under
-// its name.
-std::string target_path(Drive& drive, const std::string& target, const std::string& name) {
-  const std::optional<_FS_FILE_V2> existing = drive.find(target);
-  return existing && existing->type == FS_TYPE_DIRECTORY ? below(target, name) : target;
+void move_one(DriveTree& drive, const std::string& typed, const std::string& target, bool several) {
+  const std::string path = absolute_path(typed), there = absolute_path(target);
+  const std::optional<Entry> entry = drive.find(path);
+  if (!entry) throw CommandError(fmt::format("{}: no such file or folder", path));
+  if (entry->kind == Kind::other) {
+    throw CommandError(fmt::format("{} is {}: the protocol moves files and folders only", path, entry->what));
+  }
+  const std::optional<Entry> receiver = drive.find(there);
+  const bool into = receiver && is_folder(*receiver);
+  if (several && !into) throw CommandError(fmt::format("{} is no folder: it can't receive several entries", there));
+  const std::string place = into ? below(there, name_of(path)) : there;
+  if (place == path) throw CommandError(fmt::format("{} and {} are the same file", path, place));
+  if (place.compare(0, path.size() + 1, below(path, "")) == 0) {
+    throw CommandError(fmt::format("{} lies in {}, which can't be copied or moved into itself", place, path));
+  }
+  expect_apart(drive, path, entry->kind == Kind::folder, drive, place);
+  const std::optional<Entry> parent = drive.find(parent_of(place));
+  if (!parent || !is_folder(*parent)) throw CommandError(fmt::format("{}: no such folder", parent_of(place)));
+  if (!into && receiver && receiver->kind == Kind::other) {
+    throw CommandError(fmt::format("{} is {}, and nothing can take its place", place, receiver->what));
+  }
+  if (!into && target.back() == '/' && entry->kind == Kind::file) {
+    throw CommandError(fmt::format("{} is no folder", target));
+  }
+  drive.move(path, place, *entry);
 }
 
-void print_counts(const CopyCounts& counts) {
-  fmt::print("{} files, {} folders, {}\n", counts.files, counts.folders,
-             readable_bytes(static_cast<double>(counts.bytes)));
-}
-
-// A link to a folder goes as the link that it is, never with what it leads to.
-bool is_real_folder(const _FS_FILE_V2& file) { return file.type == FS_TYPE_DIRECTORY && !fs::is_symlink(file.path); }
-
-void remove_tree(Drive& drive, const _FS_FILE_V2& folder) {
-  for (const _FS_FILE_V2& file : drive.list(folder.path))
-    is_real_folder(file) ? remove_tree(drive, file) : drive.remove(file);
-  drive.remove(folder);
+void make_folder(DriveTree& drive, const std::string& path, bool parents) {
+  const std::optional<Entry> there = drive.find(path);
+  if (there && (!parents || !is_folder(*there))) throw CommandError(fmt::format("{} exists already", path));
+  if (there) return;
+  if (parents) make_folder(drive, parent_of(path), true);
+  drive.make_folder(path);
 }
 
 }  // namespace
 
-int get(Drive& drive, const std::string& path, const fs::path& local, bool recursive) {
-  const InterruptGuard interrupt;
-  Copier copier(drive, interrupt);
-  const _FS_FILE_V2 file = drive.info(path);
-  const fs::path target = fs::is_directory(local) ? local / file.name : local;
-  if (file.type != FS_TYPE_DIRECTORY) {
-    copier.get(file, target);
-  } else if (recursive) {
-    copier.get_tree(path, target);
-  } else {
-    throw CommandError(fmt::format("{} is a folder: say -r to copy it with all that is in it", path));
+int move(const Session& session, const std::vector<std::string>& paths) {
+  DriveTree drive(session.module, session.drive);
+  for (std::size_t at = 0; at + 1 < paths.size(); ++at) {
+    session.report.attempt([&] { move_one(drive, paths[at], paths.back(), paths.size() > 2); });
   }
-  print_counts(copier.counts());
-  return exit_done;
+  return session.report.finish();
 }
 
-int put(Drive& drive, const fs::path& local, const std::string& path, bool recursive) {
-  const InterruptGuard interrupt;
-  Copier copier(drive, interrupt);
-  const std::string target = target_path(drive, path, name_of(absolute_path(local.string())));
-  if (!fs::exists(local)) throw CommandError(fmt::format("{}: no such file or folder", local.string()));
-  try {
-    if (!fs::is_directory(local)) {
-      copier.put(local, parent_of(target), name_of(target));
-    } else if (recursive) {
-      copier.put_tree(local, parent_of(target), name_of(target));
+int make_folders(const Session& session, const std::vector<std::string>& paths, bool parents) {
+  DriveTree drive(session.module, session.drive);
+  for (const std::string& path : paths) {
+    session.report.attempt([&] { make_folder(drive, absolute_path(path), parents); });
+  }
+  return session.report.finish();
+}
+
+int remove(const Session& session, const std::vector<std::string>& paths, bool recursive) {
+  DriveTree drive(session.module, session.drive);
+  Removal removal(drive, session.report, [](const std::string&, const Entry&) { return true; });
+  for (const std::string& typed : paths) {
+    const std::string path = absolute_path(typed);
+    std::optional<Entry> entry;
+    const bool found = session.report.attempt_whole([&] {
+      if (path == "/") throw CommandError("the root of this machine is not for removing");
+      entry = drive.find(path);
+      if (!entry) throw CommandError(fmt::format("{}: no such file or folder", path));
+    });
+    if (!found) continue;
+    if (recursive) {
+      removal.remove(path, *entry);
     } else {
-      throw CommandError(fmt::format("{} is a folder: say -r to copy it with all that is in it", local.string()));
+      session.report.attempt([&] { drive.remove(path, *entry); });
     }
-  } catch (const OperationError& error) {
-    if (error.cancelled()) print_error("what was written of the file so far stays on the drive");
-    throw;
   }
-  print_counts(copier.counts());
-  return exit_done;
-}
-
-int move(Drive& drive, const std::string& path, const std::string& target) {
-  _FS_FILE_V2 entry = drive.info(path);
-  entry.path = path;
-  const std::string place = target_path(drive, target, name_of(path));
-  drive.move(entry, parent_of(place), name_of(place));
-  return exit_done;
-}
-
-int make_directory(Drive& drive, const std::string& path, bool parents) {
-  const std::optional<_FS_FILE_V2> existing = drive.find(path);
-  if (existing && (!parents || existing->type != FS_TYPE_DIRECTORY)) {
-    throw CommandError(fmt::format("{} exists already", path));
-  }
-  if (existing) return exit_done;
-  if (parents) make_directory(drive, parent_of(path), true);
-  drive.create_directory(parent_of(path), name_of(path));
-  return exit_done;
-}
-
-int remove(Drive& drive, const std::string& path, bool recursive) {
-  if (path == "/") throw CommandError("the root of this machine is not for removing");
-  _FS_FILE_V2 entry = drive.info(path);
-  entry.path = path;
-  if (recursive && is_real_folder(entry)) {
-    remove_tree(drive, entry);
-  } else {
-    drive.remove(entry);
-  }
-  return exit_done;
+  return session.report.finish();
 }
 
 }  // namespace host

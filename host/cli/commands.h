@@ -1,21 +1,33 @@
-// One function a command. Each prints to standard output and answers the exit code; what fails is thrown.
+// One function a command. Each prints to standard output and gives the exit code; what fails is thrown, or told by
+// the session's report where a command works on several entries. Paths are as the user typed them.
 #pragma once
 
-#include <cstdint>
-#include <filesystem>
 #include <optional>
 #include <string>
+#include <vector>
 
-#include "host/client/drive.h"
-#include "host/client/module.h"
+#include "host/cli/transfer.h"
 #include "host/client/report.h"
 
 namespace host {
 
-// Which names ls shows: all where there is no expression.
-struct Matching {
-  std::optional<std::string> expression;
+struct ListOptions {
+  std::vector<std::string> paths;
+  std::optional<std::string> expression;  // which names are shown: all where there is none
   bool ignore_case = false;
+  bool json = false, names_only = false, readable_sizes = false, recursive = false;
+  bool by_size = false, by_time = false, reverse = false;
+};
+
+struct CopyOptions {
+  std::vector<std::string> paths;  // the last one is the target
+  bool recursive = false;
+};
+
+struct SyncOptions {
+  std::string from, to;
+  bool down = false, checksum = false, deletes = false, dry_run = false;
+  std::vector<std::string> excluded;
 };
 
 // A setting of a profile file and how to show it.
@@ -25,23 +37,25 @@ struct Setting {
   bool number = false;
 };
 
-int show_info(const Module& module, Drive& drive, const std::string& root);
-int list_folder(const Module& module, Drive& drive, const std::string& path, const Matching& matching, bool json);
-int show_entry(Drive& drive, const std::string& path, bool json);
-int print_content(Drive& drive, const std::string& path, long long offset, std::optional<long long> length);
+int show_info(const Session& session, const std::string& root);
+int list_entries(const Session& session, const ListOptions& options);
+int show_entry(const Session& session, const std::string& path, bool json);
+int print_content(const Session& session, const std::vector<std::string>& paths, long long offset,
+                  std::optional<long long> length);
 
-int get(Drive& drive, const std::string& path, const std::filesystem::path& local, bool recursive);
-int put(Drive& drive, const std::filesystem::path& local, const std::string& path, bool recursive);
-int move(Drive& drive, const std::string& path, const std::string& target);
-int make_directory(Drive& drive, const std::string& path, bool parents);
-int remove(Drive& drive, const std::string& path, bool recursive);
+int get(const Session& session, const CopyOptions& options);
+int put(const Session& session, const CopyOptions& options);
+int sync(const Session& session, const SyncOptions& options);
+int move(const Session& session, const std::vector<std::string>& paths);
+int make_folders(const Session& session, const std::vector<std::string>& paths, bool parents);
+int remove(const Session& session, const std::vector<std::string>& paths, bool recursive);
 
 // Dates as people write them, or RFC 3339; the time that is left out stays, or both become the current one.
-int touch(const Module& module, Drive& drive, const std::string& path, const std::optional<std::string>& accessed,
+int touch(const Session& session, const std::string& path, const std::optional<std::string>& accessed,
           const std::optional<std::string>& modified);
-int show_date(const Module& module, const std::string& text);
-int show_setting(const Module& module, const Setting& setting);
+int show_date(const Session& session, const std::string& text);
+int show_setting(const Session& session, const Setting& setting);
 
-int demo(const Module& module, Drive& drive, const std::string& folder);
+int demo(const Session& session, const std::string& folder);
 
 }  // namespace host

@@ -5,7 +5,11 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cstdio>
+#include <system_error>
+
+#include "host/client/report.h"
 
 namespace host {
 
@@ -19,30 +23,27 @@ std::string readable_bytes(double bytes) {
   return fmt::format("{:.{}f} {}", bytes, unit == 0 ? 0 : 1, units[unit]);
 }
 
-std::string printable(std::string_view name) {
+std::string escaped_for_output(std::string_view name) {
   static const bool terminal = ::isatty(STDOUT_FILENO) == 1;
-  std::string text;
-  for (const char c : name) {
-    const auto byte = static_cast<unsigned char>(c);
-    if (terminal && (byte < 0x20 || byte == 0x7F)) {
-      text += fmt::format("\\x{:02x}", byte);
-    } else {
-      text += c;
-    }
-  }
-  return text;
+  return terminal ? escaped(name) : std::string(name);
 }
 
-ProgressBar::ProgressBar(std::string label, long long total)
-    : label_(std::move(label)), total_(total), terminal_(::isatty(STDERR_FILENO) == 1) {}
+void flush_output() {
+  if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
+    throw std::system_error(errno, std::generic_category(), "can't write to standard output");
+  }
+}
 
-ProgressBar::~ProgressBar() {
+Progress::Progress(std::string_view label, long long total, bool quiet)
+    : label_(escaped(label)), total_(total), wanted_(!quiet && ::isatty(STDERR_FILENO) == 1) {}
+
+Progress::~Progress() {
   if (shown_) fmt::print(stderr, "\r\x1b[K");
 }
 
-void ProgressBar::show(long long done) {
+void Progress::show(long long done) {
   const Clock::time_point now = Clock::now();
-  if (!terminal_ || now < next_) return;
+  if (!wanted_ || now < next_) return;
   next_ = now + std::chrono::milliseconds(100);
   shown_ = true;
   constexpr int width = 30;

@@ -10,28 +10,29 @@ namespace host {
 // "1.5 MiB".
 std::string readable_bytes(double bytes);
 
-// A name for the terminal: control characters become escapes when standard output is one. Other bytes stay,
-// whatever encoding they are in.
-std::string printable(std::string_view name);
+// A name for standard output: escaped where that is a terminal, as it is elsewhere.
+std::string escaped_for_output(std::string_view name);
 
-// A bar on standard error that tells bytes, rate and the time left; nothing at all when that is not a
-// terminal.
-class ProgressBar {
+// Writes out what standard output holds; a full disk, which may show only now, is thrown.
+void flush_output();
+
+// A line on standard error that tells how much of a file is copied, how fast and what time is left; only on a
+// terminal, and only where it takes a while.
+class Progress {
  public:
-  ProgressBar(std::string label, long long total);
-  ~ProgressBar();  // wipes the bar
-  ProgressBar(const ProgressBar&) = delete;
-  ProgressBar& operator=(const ProgressBar&) = delete;
+  Progress(std::string_view label, long long total, bool quiet);
+  ~Progress();  // wipes the line
+  Progress(const Progress&) = delete;
+  Progress& operator=(const Progress&) = delete;
   void show(long long done);
 
  private:
   using Clock = std::chrono::steady_clock;
   std::string label_;
   long long total_;
-  bool terminal_;
-  bool shown_ = false;
+  bool wanted_, shown_ = false;
   Clock::time_point start_ = Clock::now();
-  Clock::time_point next_ = start_;
+  Clock::time_point next_ = start_ + std::chrono::milliseconds(300);
 };
 
 }  // namespace host

@@ -7,10 +7,11 @@
 #include <fstream>
 #include <iterator>
 #include <set>
+#include <utility>
 
 #include "host/cli/commands.h"
 #include "host/cli/console.h"
-#include "host/cli/copy.h"
+#include "host/cli/mirror.h"
 #include "host/client/paths.h"
 
 namespace host {
@@ -70,16 +71,26 @@ long long count_differences(Drive& drive, const fs::path& original, const fs::pa
   return differences;
 }
 
-// Runs one of the two copies and tells how fast it was.
-template <class Body>
-void timed_copy(const char* what, const CopyCounts& counts, Body&& body) {
-  const CopyCounts start = counts;
+// Makes `to` equal to `from` and tells what that took.
+void timed_sync(const char* what, const Session& session, Direction direction, const std::string& from,
+                const std::string& to) {
   const auto begin = std::chrono::steady_clock::now();
-  body();
+  MirrorRules rules;
+  rules.only_differing = true;
+  Mirror mirror(session, direction, std::move(rules));
+  std::optional<Entry> folder = mirror.source().find(from);
+  if (!folder || !is_folder(*folder)) throw CommandError(fmt::format("{} is no folder", from));
+  folder->kind = Kind::folder;
+  mirror.synchronise(from, *folder, to);
   const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
-  const auto bytes = static_cast<double>(counts.bytes - start.bytes);
-  fmt::print("{:<8} {} files, {} folders, {} in {:.2f} s, {}/s\n", what, counts.files - start.files,
-             counts.folders - start.folders, readable_bytes(bytes), seconds, readable_bytes(bytes / seconds));
+  const MirrorCounts& counts = mirror.counts();
+  const auto bytes = static_cast<double>(mirror.transfer().bytes());
+  if (counts.copied == 0) {
+    fmt::print("{:<8} nothing to copy in {:.2f} s: {} files are equal\n", what, seconds, counts.unchanged);
+  } else {
+    fmt::print("{:<8} {} files, {} folders, {} in {:.2f} s, {}/s\n", what, counts.copied, counts.folders,
+               readable_bytes(bytes), seconds, readable_bytes(bytes / seconds));
+  }
 }
 
 // The folder of the project that the module was built in, else the current one.
@@ -92,22 +103,23 @@ std::string project_folder(const Module& module) {
 
 }  // namespace
 
-int demo(const Module& module, Drive& drive, const std::string& given) {
-  const std::string folder = given.empty() ? project_folder(module) : absolute_path(given);
-  show_info(module, drive, folder);
-  fmt::print("\n{}\n", printable(folder));
-  list_folder(module, drive, folder, /*matching=*/{}, /*json=*/false);
+int demo(const Session& session, const std::string& given) {
+  const std::string folder = given.empty() ? project_folder(session.module) : absolute_path(given);
+  show_info(session, folder);
+  fmt::print("\n{}\n", escaped_for_output(folder));
+  ListOptions shown;
+  shown.paths = {folder};
+  list_entries(session, shown);
 
   const TemporaryFolder temporary;
-  const InterruptGuard interrupt;
-  Copier copier(drive, interrupt);
   const std::string there = temporary.path().string();
   fmt::print("\n");
-  timed_copy("written", copier.counts(), [&] { copier.put_tree(folder, there, "drive"); });
-  timed_copy("read", copier.counts(), [&] { copier.get_tree(there + "/drive", there + "/back"); });
-  const long long differences =
-      count_differences(drive, folder, there + "/drive") + count_differences(drive, folder, there + "/back");
-  if (differences != 0) {
+  timed_sync("written", session, Direction::up, folder, there + "/drive");
+  timed_sync("again", session, Direction::up, folder, there + "/drive");
+  timed_sync("read", session, Direction::down, there + "/drive", there + "/back");
+  const long long differences = count_differences(session.drive, folder, there + "/drive") +
+                                count_differences(session.drive, folder, there + "/back");
+  if (differences != 0 || session.report.failed() != 0) {
     fmt::print("{} differences\n", differences);
     return exit_failed;
   }

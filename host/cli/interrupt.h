@@ -1,14 +1,16 @@
-// Ctrl-C while transfers run: it raises the state of their handle, and the module ends them in good order.
+// Ctrl-C and its relatives while the tool works: they raise the state of the transfers' handle, and the module ends
+// them in good order.
 #pragma once
 
 #include "host/client/drive.h"
 
 namespace host {
 
-// Thrown where work is given up because of Ctrl-C between two transfers.
+// Thrown where work is given up because of a signal.
 struct Interrupted {};
 
-// One at a time. While it lives, SIGINT and SIGTERM stop its handle instead of the process.
+// One at a time. While it lives, the first SIGINT, SIGTERM or SIGHUP stops its handle instead of the process, and a
+// second one ends the process. A signal that is ignored, as SIGHUP is under nohup, stays so.
 class InterruptGuard {
  public:
   InterruptGuard();
@@ -17,6 +19,7 @@ class InterruptGuard {
   InterruptGuard& operator=(const InterruptGuard&) = delete;
 
   [[nodiscard]] const Handle& handle() const { return handle_; }
+  [[nodiscard]] bool interrupted() const;
   void throw_if_interrupted() const;
 
  private:

@@ -1,0 +1,29 @@
+#include "host/cli/report.h"
+
+#include <fmt/format.h>
+
+#include "host/client/report.h"
+
+namespace host {
+
+void Report::add_failure(const std::exception& error) {
+  interrupt_.throw_if_interrupted();
+  ++failed_;
+  print_error(error.what());
+}
+
+void Report::note(std::string_view text) const {
+  if (!quiet_) print_error(text);
+}
+
+void Report::print_result(std::string_view line) const {
+  if (!quiet_) fmt::print("{}\n", line);
+}
+
+int Report::finish() const {
+  if (failed_ == 0) return exit_done;
+  if (entries_ > 1) print_error(fmt::format("{} of {} entries failed", failed_, entries_));
+  return exit_failed;
+}
+
+}  // namespace host
