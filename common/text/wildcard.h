@@ -4,7 +4,7 @@
 //   ?    any one character
 //   >    any one character, but nothing in front of the name's last dot
 //   "    a dot or nothing
-//   <    any run of characters up to the name's last dot at most; behind that dot, or where there is none, any run
+//   <    any run of characters before the name's last dot, never the dot; behind it, or without one, any run
 //
 // Every other character, the dot included, stands for itself; there is no escape character. An expression has to
 // cover the whole name. A "?" or ">" at the end of the name takes a position behind it, after which nothing fits but
