@@ -2,12 +2,19 @@
 
 #include <signal.h>
 
+#include <csignal>
+
 namespace host {
 namespace {
 
 _FS_HANDLE* guarded_handle = nullptr;  // written only while the signals have their default action
 
-extern "C" void raise_state(int /*signal*/) { stop(*guarded_handle); }
+volatile std::sig_atomic_t signalled = 0;
+
+extern "C" void raise_state(int /*signal*/) {
+  signalled = 1;
+  stop(*guarded_handle);
+}
 
 void handle_signals(void (*action)(int)) {
   struct sigaction change {};
@@ -28,9 +35,13 @@ InterruptGuard::InterruptGuard() {
 
 InterruptGuard::~InterruptGuard() { handle_signals(SIG_DFL); }
 
-bool InterruptGuard::interrupted() const {
-  return __atomic_load_n(&handle_->state, __ATOMIC_ACQUIRE) >= FS_STATE_STOP;
+const Handle& InterruptGuard::handle() const {
+  __atomic_store_n(&handle_->state, 0, __ATOMIC_RELEASE);
+  if (interrupted()) stop(*handle_);  // the signal may have come before the line above
+  return handle_;
 }
+
+bool InterruptGuard::interrupted() const { return signalled != 0; }
 
 void InterruptGuard::throw_if_interrupted() const {
   if (interrupted()) throw Interrupted{};

@@ -18,7 +18,8 @@ class InterruptGuard {
   InterruptGuard(const InterruptGuard&) = delete;
   InterruptGuard& operator=(const InterruptGuard&) = delete;
 
-  [[nodiscard]] const Handle& handle() const { return handle_; }
+  // The handle for the next transfer. What stopped the one before, but for a signal, doesn't stop this one.
+  [[nodiscard]] const Handle& handle() const;
   [[nodiscard]] bool interrupted() const;
   void throw_if_interrupted() const;
 

@@ -69,7 +69,7 @@ class Commands(unittest.TestCase):
         self.assertIn("is a folder", self.host("cat", ".", code=1))
         with open("/dev/full", "wb") as full:
             result = subprocess.run([HOST, "--module", MODULE, "cat", "f"], stdout=full, stderr=subprocess.PIPE)
-        self.assertEqual(result.returncode, 1)
+        self.assertEqual(result.returncode, 1)  # and not 130: nobody interrupted
         self.assertIn(b"No space left", result.stderr)
 
     def test_copies_with_times(self):
@@ -96,12 +96,12 @@ class Commands(unittest.TestCase):
         self.write("g", b"older")
         os.mkdir("dir")
         os.symlink("/dev/full", "full")
-        for arguments, reason in ((("get", "none", "x"), "FS_ERR_NOT_FOUND"), (("get", "dir", "x"), "-r"),
+        for arguments, reason in ((("get", "none", "x"), "no such file"), (("get", "dir", "x"), "-r"),
                                   (("put", "dir", "x"), "-r"), (("put", "none", "x"), "no such file"),
-                                  (("put", "f", "none/x"), "FS_ERR_NOT_FOUND (19)"), (("get", "f", "none/x"), "none/x"),
-                                  (("put", "f", "full"), "FS_ERR_FAILED (1), No space left")):
+                                  (("put", "f", "none/x"), "FS_ERR_NOT_FOUND (19)"), (("get", "f", "none/x"), "none/"),
+                                  (("put", "f", "full"), "is a device")):
             self.assertIn(reason, self.host(*arguments, code=1))
-        self.assertEqual(sorted(os.listdir(".")), ["dir", "f", "g"])
+        self.assertEqual(sorted(os.listdir(".")), ["dir", "f", "full", "g"])
         self.write("loop/f", b"1")
         os.symlink(".", "loop/again")
         os.mkfifo("loop/fifo")
@@ -112,15 +112,16 @@ class Commands(unittest.TestCase):
     def test_interrupted(self):
         with open("big", "wb") as big:
             big.truncate(1 << 40)
-        for arguments, left in ((("get", "big", "copy"), False), (("put", "big", "copy"), True)):
+        for arguments in (("get", "big", "copy"), ("put", "big", "copy")):
             process = subprocess.Popen([HOST, "--module", MODULE, *arguments], stderr=subprocess.PIPE)
             deadline = time.monotonic() + 20
-            while not any(name.startswith("copy") and os.path.getsize(name) for name in os.listdir(".")):
-                self.assertLess(time.monotonic(), deadline)
+            while time.monotonic() < deadline:
+                if any(name != "big" and os.path.getsize(name) for name in os.listdir(".")):
+                    break
             process.send_signal(signal.SIGINT)
             error = process.communicate(timeout=20)[1]
-            self.assertEqual((process.returncode, b"CANCELLED" in error), (130, True), error)
-            self.assertEqual([name for name in os.listdir(".") if name.startswith("copy")], ["copy"] if left else [])
+            self.assertEqual((process.returncode, b"cancelled" in error), (130, True), error)
+            self.assertEqual(os.listdir("."), ["big"])  # what was copied so far is gone with its own name
 
     def test_changes(self):
         self.write("a/f", b"1")
@@ -133,8 +134,8 @@ class Commands(unittest.TestCase):
         self.assertEqual(sorted(os.listdir("b/a")), ["g", "link"])
         for arguments, reason in ((("mkdir", "b"), "exists already"), (("mkdir", "x/y"), "FS_ERR_NOT_FOUND"),
                                   (("mkdir", "-p", "b/a/g"), "exists already"), (("rm", "b"), "FS_ERR_OPERATION_FAILED"),
-                                  (("rm", "none"), "FS_ERR_NOT_FOUND"), (("rm", "-r", "/"), "not for removing"),
-                                  (("mv", "none", "x"), "FS_ERR_NOT_FOUND"), (("mv", "b", "b/c"), "Invalid argument")):
+                                  (("rm", "none"), "none"), (("rm", "-r", "/"), "not for removing"),
+                                  (("mv", "none", "x"), "none"), (("mv", "b", "b/c"), "into itself")):
             self.assertIn(reason, self.host(*arguments, code=1))
         self.host("rm", "-r", "b")
         self.host("rm", "outside/kept")
