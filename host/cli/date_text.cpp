@@ -118,8 +118,7 @@ class Understanding {
   Understanding(const std::string& text, const std::optional<StrictDate>& strict, time_t instant)
       : text_(text), strict_(strict), instant_(instant) {
     if (strict) {
-      // NOLINTNEXTLINE(bugprone-implicit-widening-of-multiplication-result): at most a day
-      const time_t shown = instant + strict->offset_minutes * 60;
+      const time_t shown = instant + time_t{strict->offset_minutes} * 60;
       ::gmtime_r(&shown, &shown_);
     } else {
       ::localtime_r(&instant, &shown_);
@@ -155,7 +154,6 @@ class Understanding {
   }
 
   void take_word(const std::string& word, std::size_t at) {
-    const bool follows_digit = at > 0 && is_digit(text_[at - 1]);
     if (const int month = find_beginning(months, word, 3); month >= 0) {
       if (month != shown_.tm_mon) refuse(text_, fmt::format("there is no such day in '{}'", word));
     } else if (const int weekday = find_beginning(weekdays, word, 3); weekday >= 0) {
@@ -164,20 +162,21 @@ class Understanding {
       take_count(word, false);
     } else if (is_one_of(counts, word)) {
       counted_ = true;
-      // NOLINTNEXTLINE(bugprone-branch-clone): one answer for two reasons reads best as two lines
-    } else if (equal(word, "am") || equal(word, "pm") || is_one_of(times_of_day, word) || is_one_of(fillers, word)) {
-      return;
-    } else if (follows_digit && (equal(word, "st") || equal(word, "nd") || equal(word, "rd") || equal(word, "th"))) {
-      return;
-    } else if (strict_ && (equal(word, "t") || equal(word, "z") ||
-                           (word.size() >= 2 && word.size() <= 4 && at > 4 && is_zone(word)))) {
-      return;
-    } else {
+    } else if (!is_understood(word, at)) {
       refuse(text_, fmt::format("'{}' is not understood", word));
     }
   }
 
   // Weekdays and units need a number before them, which then isn't one of the date.
+  // Words that the readers know and that show nowhere in the result by themselves.
+  [[nodiscard]] bool is_understood(const std::string& word, std::size_t at) const {
+    const bool follows_digit = at > 0 && is_digit(text_[at - 1]);
+    return equal(word, "am") || equal(word, "pm") || is_one_of(times_of_day, word) || is_one_of(fillers, word) ||
+           (follows_digit && (equal(word, "st") || equal(word, "nd") || equal(word, "rd") || equal(word, "th"))) ||
+           (strict_ && (equal(word, "t") || equal(word, "z") ||
+                        (word.size() >= 2 && word.size() <= 4 && at > 4 && is_zone(word))));
+  }
+
   void take_count(const std::string& word, bool has_meaning_alone) {
     if (has_meaning_alone) return;
     if (!counted_ && pending_.empty()) refuse(text_, fmt::format("'{}' is not understood without a count", word));
