@@ -167,7 +167,6 @@ class Understanding {
     }
   }
 
-  // Weekdays and units need a number before them, which then isn't one of the date.
   // Words that the readers know and that show nowhere in the result by themselves.
   [[nodiscard]] bool is_understood(const std::string& word, std::size_t at) const {
     const bool follows_digit = at > 0 && is_digit(text_[at - 1]);
@@ -177,6 +176,7 @@ class Understanding {
                         (word.size() >= 2 && word.size() <= 4 && at > 4 && is_zone(word))));
   }
 
+  // Weekdays and units need a number before them, which then isn't one of the date.
   void take_count(const std::string& word, bool has_meaning_alone) {
     if (has_meaning_alone) return;
     if (!counted_ && pending_.empty()) refuse(text_, fmt::format("'{}' is not understood without a count", word));
