@@ -124,6 +124,7 @@ CONFORMANCE_CHECK(contract, "threads.together",
     expect_status("Upload", drive.upload_into(folders.back(), "large", source, transfer), FS_OK);
   }
   std::vector<std::thread> threads;
+  threads.reserve(static_cast<std::size_t>(thread_count));
   const auto end = std::chrono::steady_clock::now() + duration;
   for (int number = 0; number < thread_count; ++number) {
     threads.emplace_back([&, number] {

@@ -15,6 +15,7 @@ bool is_in_order(const std::vector<Chunk>& chunks, long long offset) {
 // What progress has to report of a Read that delivered these pieces.
 std::vector<Report> reports_of(const std::vector<Chunk>& chunks, long long total) {
   std::vector<Report> reports;
+  reports.reserve(chunks.size());
   long long done = 0;
   for (const Chunk& chunk : chunks) reports.push_back({total, done += static_cast<long long>(chunk.length)});
   return reports;

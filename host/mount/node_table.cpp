@@ -231,6 +231,7 @@ std::vector<NodeTable::OpenEntry> NodeTable::files_at_or_below(Node& top) {
 
 NodeTable::~NodeTable() {
   std::vector<Node*> left;
+  left.reserve(root_.children.size());
   for (const auto& [name, node] : root_.children) left.push_back(node);
   while (!left.empty()) {
     const std::unique_ptr<Node> node(left.back());
