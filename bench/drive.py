@@ -42,7 +42,7 @@ class Sides:
         self.folders = {"plain": self.root, "bindfs": base / "bindfs", "drive": base / "drive"}
 
     def mount(self):
-        self.start("bindfs", ["bindfs", "-f", str(self.root), str(self.base / "bindfs")])
+        self.start("bindfs", ["bindfs", "-f", "-o", "big_writes", str(self.root), str(self.base / "bindfs")])
         self.start("drive", [HOST, "mount", "--foreground", "--cache", str(self.base / "cache"), "--root", str(self.root),
                              str(self.base / "drive")])
 

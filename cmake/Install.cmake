@@ -57,8 +57,10 @@ cmake_path(RELATIVE_PATH prefix_path BASE_DIRECTORY "${CMAKE_INSTALL_PREFIX}/${p
 configure_file(cmake/localdisk.pc.in localdisk.pc @ONLY)
 install(FILES "${PROJECT_BINARY_DIR}/localdisk.pc" DESTINATION "${pkgconfig_dir}" COMPONENT Development)
 
-install(FILES docs/examples/sample_host.cpp DESTINATION "${examples_dir}" COMPONENT Development)
-install(FILES LICENSE docs/host-guide.md docs/utilities.md DESTINATION "${CMAKE_INSTALL_DOCDIR}" COMPONENT Development)
+install(FILES docs/examples/sample_host.cpp docs/examples/mirror_host.cpp docs/examples/memory_module.cpp
+        DESTINATION "${examples_dir}" COMPONENT Development)
+install(FILES LICENSE docs/host-guide.md docs/module-guide.md docs/utilities.md docs/decorated-names.md docs/abi.md
+        DESTINATION "${CMAKE_INSTALL_DOCDIR}" COMPONENT Development)
 
 # Manual pages and changelogs lie compressed, as the distributions want them; without a time stamp, so that two builds
 # of one source are the same.

@@ -11,8 +11,8 @@ struct MemoryReleaser {
 };
 using ChunkBuffer = std::unique_ptr<unsigned char, MemoryReleaser>;
 
-// Room for one chunk (FS_CHUNK_SIZE), placed for content that starts at `offset` of its file; null
-// when memory is short.
+// Room for one chunk (FS_CHUNK_SIZE), placed for content that starts at `offset` of its file; null when memory
+// is short.
 ChunkBuffer allocate_chunk(long long offset) noexcept;
 
 }  // namespace localdisk

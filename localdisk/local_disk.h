@@ -1,5 +1,5 @@
-// The protocol object: every operation of protocol.h on this machine's file system. The host sees it
-// through the interface only.
+// The protocol object: every operation of protocol.h on this machine's file system. The host sees it through the
+// interface only.
 #pragma once
 
 #include <sys/stat.h>
@@ -8,8 +8,8 @@
 
 #include "localdisk/protocol.h"
 
-// Operations keep their state on the stack and may run at once on any number of threads; SetOpt alone may
-// not run beside others.
+// Operations keep their state on the stack and may run at once on any number of threads; SetOpt alone may not run
+// beside others.
 class LOCALDISK_EXPORT LocalDisk : public IProtocol_V2 {
  public:
   static constexpr const char* type_name = "localdisk";

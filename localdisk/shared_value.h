@@ -1,5 +1,5 @@
-// Values that another thread may change while an operation reads them, kept in plain types because their
-// layout is the host's.
+// Values that another thread may change while an operation reads them, kept in plain types because their layout is
+// the host's.
 #pragma once
 
 namespace localdisk {

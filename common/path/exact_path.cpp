@@ -5,9 +5,9 @@
 
 namespace {
 
-bool is_divider(char c) { return c == '/' || c == '\\'; }
+bool is_separator(char c) { return c == '/' || c == '\\'; }
 
-// Where the last component of the exact path [begin, end) is cut off, together with the divider before it.
+// Where the last component of the exact path [begin, end) is cut off, together with the separator before it.
 char* before_last_component(char* begin, char* end) {
   while (end != begin && *--end != '/') {
   }
@@ -16,18 +16,18 @@ char* before_last_component(char* begin, char* end) {
 
 }  // namespace
 
-// Components are moved down within one copy of the path. They never overtake what is still to be read, since
-// each one but the first had a divider before it in the path as it has in the result; and each byte is
-// written once and taken back at most once, so that the time is linear whatever the dots do.
+// Components are moved down within one copy of the path. They never overtake what is still to be read, since each one
+// but the first had a separator before it in the path as it has in the result; and each byte is written once and
+// taken back at most once, so that the time is linear whatever the dots do.
 std::string ToExactPath(const char* path) {
   if (path == nullptr) return {};
   std::string text = path;
   char* const begin = text.data();
   char* const end = begin + text.size();
   char* kept = begin;
-  for (char* at = begin; at < end; ++at) {  // steps over the divider that ended the component
+  for (char* at = begin; at < end; ++at) {  // steps over the separator that ended the component
     char* const component = at;
-    at = std::find_if(at, end, is_divider);
+    at = std::find_if(at, end, is_separator);
     const std::string_view name(component, static_cast<std::size_t>(at - component));
     if (name.empty() || name == ".") continue;
     if (name == "..") {

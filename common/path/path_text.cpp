@@ -39,17 +39,17 @@ std::string remove_duplicated_slashes(std::string path) {
 void split_container_name(std::string path, std::string& container, std::string& name) {
   if (path.empty()) return;
   path = remove_head_slashes(std::move(path));
-  const auto divider = path.find('/');
+  const auto separator = path.find('/');
   std::string rest;
-  if (divider != std::string::npos) {
-    rest = path.substr(divider + 1);
-    path.erase(divider);
+  if (separator != std::string::npos) {
+    rest = path.substr(separator + 1);
+    path.erase(separator);
   }
   container = std::move(path);
   name = std::move(rest);
 }
 
 std::string get_file_name(std::string path) {
-  path.erase(0, path.rfind('/') + 1);  // without a divider npos + 1 is 0, and nothing goes
+  path.erase(0, path.rfind('/') + 1);  // without a separator npos + 1 is 0, and nothing goes
   return path;
 }

@@ -35,8 +35,8 @@ class Lines {
  public:
   explicit Lines(std::FILE& stream) : stream_(stream) {}
 
-  // The next line, trimmed; it stands until the next call. A failing stream is at its end, for it may never
-  // get there.
+  // The next line, trimmed; it stands until the next call. A failing stream is at its end, for it may never get
+  // there.
   std::optional<std::string_view> next() {
     if (std::fgets(line_.data(), static_cast<int>(line_.size()), &stream_) == nullptr) return std::nullopt;
     return trimmed(line_.data());
@@ -70,8 +70,7 @@ std::optional<std::string> find_value(std::FILE& stream, const std::string& sect
   return value_in_section(lines, RequestedName(key));
 }
 
-// Answers how many bytes were put before the terminator; 0, with nothing touched, when there is no room for
-// all.
+// Answers how many bytes were put before the terminator; 0, with nothing touched, when there is no room for all.
 unsigned int put(const std::string& text, char* destination, std::size_t room) {
   if (text.size() >= room) return 0;
   std::memcpy(destination, text.c_str(), text.size() + 1);

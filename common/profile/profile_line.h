@@ -8,8 +8,7 @@
 
 namespace localdisk {
 
-// The trimmed name in the brackets when `line` is a section header. "[]" is too short to be one, "[ ]" names
-// "".
+// The trimmed name in the brackets when `line` is a section header. "[]" is too short to be one, "[ ]" names "".
 std::optional<std::string_view> section_name(std::string_view line);
 
 struct Setting {
@@ -17,9 +16,8 @@ struct Setting {
   std::string_view value;
 };
 
-// The first two of the pieces between the "=" of `line`, where a last piece that is empty doesn't count;
-// nothing when there are fewer. So "k=" is no setting, "k==" is one with the empty value and "=v" one with
-// the empty key.
+// The first two of the pieces between the "=" of `line`, where a last piece that is empty doesn't count; nothing when
+// there are fewer. So "k=" is no setting, "k==" is one with the empty value and "=v" one with the empty key.
 std::optional<Setting> setting_in(std::string_view line);
 
 // A name prepared for case-insensitive comparison, by the case mapping that the locale has now.

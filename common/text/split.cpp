@@ -2,8 +2,7 @@
 
 namespace {
 
-// The ready-made token iterator gives the same pieces, but copies its whole state, matches included, at every
-// step.
+// The ready-made token iterator gives the same pieces, but copies its whole state, matches included, at every step.
 template <class Char>
 std::vector<std::basic_string<Char>> pieces_between_matches(const std::basic_string<Char>& text,
                                                             const std::basic_regex<Char>& expression) {

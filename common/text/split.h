@@ -7,11 +7,11 @@
 
 #include "common/export.h"
 
-// The pieces of `text` between the matches of `expression`, searched from left to right as a
-// regular-expression iterator does it. Pieces before a match at the start and between adjacent matches are
-// empty and kept; what follows the last match is a piece only if it is not empty. Without any match the whole
-// text, empty or not, is the one piece. With "=" that makes "a=" one piece, "=b" two ("" and "b") and "a==b"
-// three. Passes on what the search throws.
+// The pieces of `text` between the matches of `expression`, searched from left to right as a regular-expression
+// iterator does it. Pieces before a match at the start and between adjacent matches are empty and kept; what follows
+// the last match is a piece only if it is not empty. Without any match the whole text, empty or not, is the one
+// piece. With "=" that makes "a=" one piece, "=b" two ("" and "b") and "a==b" three. Passes on what the search
+// throws.
 //
 // Some standard libraries search by recursion: a repetition such as "\s+" then takes stack in proportion to the
 // run that it matches, about 300 bytes a character, and a run of 25000 blanks overflows a stack of 8 MB. For texts

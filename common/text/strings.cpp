@@ -8,8 +8,7 @@
 
 namespace {
 
-// Builds the result beside the text: that keeps it linear, and the searched text or the replacement may be
-// the text.
+// Builds the result beside the text: that keeps it linear, and the searched text or the replacement may be the text.
 template <class String>
 void replace_every(String& text, const String& searched, const String& replacement) {
   if (searched.empty()) return;

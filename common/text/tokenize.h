@@ -1,5 +1,4 @@
-// Three ways of cutting a text at delimiters. They differ in the empty pieces; take the one whose rule you
-// need.
+// Three ways of cutting a text at delimiters. They differ in the empty pieces; take the one whose rule you need.
 //
 //                                      ","            "a,"           ",a"           "a,,b"            ""
 //   split_delim, any of a set          nothing        "a"            "a"            "a" "b"           nothing
@@ -17,8 +16,8 @@
 
 #include "common/export.h"
 
-// The longest runs of characters that are not in the set `delimiters`; never an empty piece. With an empty
-// set the whole text, unless it is empty, is the one piece.
+// The longest runs of characters that are not in the set `delimiters`; never an empty piece. With an empty set the
+// whole text, unless it is empty, is the one piece.
 LOCALDISK_EXPORT std::vector<std::string> split_delim(const std::string& text, const std::string& delimiters,
                                                       std::function<std::string(std::string&)> transform);
 LOCALDISK_EXPORT std::vector<std::wstring> split_delim(const std::wstring& text, const std::wstring& delimiters,

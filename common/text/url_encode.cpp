@@ -6,8 +6,7 @@
 
 namespace {
 
-// What a byte is written as. All three characters are copied, whatever the length, which spares a branch per
-// byte.
+// What a byte is written as. All three characters are copied, whatever the length, which spares a branch per byte.
 struct Form {
   std::array<char, 3> characters;
   unsigned char length;

@@ -7,14 +7,14 @@
 #include <string>
 #include <string_view>
 
-// How it works. Between two runs ("*" or "<") an expression has only characters that move by zero or one
-// position of the name, so that of two attempts the one that starts earlier never ends later. What a run can
-// be followed by depends on where it starts: "*" reaches every position from there on, "<" every position
-// from there on up to the last dot, or up to the end once it starts behind the last dot. (An attempt that is
-// already past the end of the name gains nothing from this, but it only ever succeeds where every other
-// attempt does too.) So two positions say all about the attempts that arrive at a run: the earliest one not
-// behind the last dot, and the earliest one behind it. The expression is thus walked through once, and each
-// stretch between two runs is tried at each position of the name at most once.
+// How it works. Between two runs ("*" or "<") an expression has only characters that move by zero or one position of
+// the name, so that of two attempts the one that starts earlier never ends later. What a run can be followed by
+// depends on where it starts: "*" reaches every position from there on, "<" every position from there on up to the
+// last dot, or up to the end once it starts behind the last dot. (An attempt that is already past the end of the name
+// gains nothing from this, but it only ever succeeds where every other attempt does too.) So two positions say all
+// about the attempts that arrive at a run: the earliest one not behind the last dot, and the earliest one behind it.
+// The expression is thus walked through once, and each stretch between two runs is tried at each position of the name
+// at most once.
 //
 // Most of these tries are known to fail beforehand and left out, which makes usual expressions three times as fast: a
 // last stretch of fixed width can only start where it ends with the name, and one that begins with a character of its
@@ -120,8 +120,8 @@ class Matcher {
     return found == nullptr ? nowhere : static_cast<std::size_t>(found - name_);
   }
 
-  // The position after the stretch if it starts at `j`, or nowhere if it does not fit. All positions behind
-  // the end of the name are alike and count as the first of them.
+  // The position after the stretch if it starts at `j`, or nowhere if it does not fit. All positions behind the end
+  // of the name are alike and count as the first of them.
   std::size_t walk(const Char* at, std::size_t j) const {
     for (; !ends_stretch(*at); ++at) {
       const bool inside = j < length_;

@@ -48,8 +48,7 @@ void update_atm(atm& date, const atm& now, std::int64_t seconds_back) noexcept {
   if (::localtime_r(&instant, &local) != nullptr) date = to_atm(local);
 }
 
-// Gives a count that nothing has claimed to the first of day, month and year that is missing and may have
-// that value.
+// Gives a count that nothing has claimed to the first of day, month and year that is missing and may have that value.
 void settle_number(Reading& reading) noexcept {
   const int number = std::exchange(reading.number, 0);
   atm& date = reading.date;
@@ -220,8 +219,7 @@ bool take_weekday(const char* at, Reading& reading) noexcept {
   return true;
 }
 
-// The day of the month stays, whether the month has it or not: 31 March less a month comes out in March
-// again.
+// The day of the month stays, whether the month has it or not: 31 March less a month comes out in March again.
 bool take_months(const char* at, Reading& reading) noexcept {
   if (!matches_unit(at, "months")) return false;
   const std::int64_t count = reading.number;

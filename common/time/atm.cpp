@@ -43,8 +43,7 @@ time_t tm_to_time_t(const atm* record) noexcept {
   if (years < 0 || month < 0 || month > 11) return -1;
   if (record->tm_hour < 0 || record->tm_min < 0 || record->tm_sec < 0) return -1;
 
-  // The leap day of the year itself is among `leap_days` from 1 January on, but has only passed once March
-  // begins.
+  // The leap day of the year itself is among `leap_days` from 1 January on, but has only passed once March begins.
   const std::int64_t leap_days = (years + 1) / 4;
   const bool leap_day_passed = month > february && record->tm_year % 4 == 0;
   const std::int64_t day = std::int64_t{record->tm_mday} - (leap_day_passed ? 0 : 1);

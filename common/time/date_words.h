@@ -6,8 +6,8 @@ namespace localdisk {
 // match_word once the first letters are known to be alike.
 int match_rest(const char* input, const char* word) noexcept;
 
-// How many characters of `input` spell `word`, whatever their case. An abbreviation counts too, if the word
-// of the input ends with it: against "Mondays", "Mon," gives 3, "MONDAY" 6, and "Mondaysx" or "Mon7" 0.
+// How many characters of `input` spell `word`, whatever their case. An abbreviation counts too, if the word of the
+// input ends with it: against "Mondays", "Mon," gives 3, "MONDAY" 6, and "Mondaysx" or "Mon7" 0.
 //
 // Nearly all words that an input is held against differ in the first letter: looking at it in place makes reading a
 // date twice as fast. Every word begins with a letter, so a character that differs from it in nothing but the bit for
@@ -24,8 +24,8 @@ struct WordMatch {
   explicit operator bool() const noexcept { return length > 0; }
 };
 
-// The month, from 0, or the weekday, from 0 for Sunday, that `input` begins with: its name or three letters
-// of it and more. Weekdays may stand in the plural.
+// The month, from 0, or the weekday, from 0 for Sunday, that `input` begins with: its name or three letters of it and
+// more. Weekdays may stand in the plural.
 WordMatch match_month(const char* input) noexcept;
 WordMatch match_weekday(const char* input) noexcept;
 

@@ -9,9 +9,8 @@
 
 namespace {
 
-// A stream swallows whatever is thrown while it reads and only turns bad, exhausted memory included, unless
-// its mask says otherwise. The mask is the caller's, so it is borrowed; putting it back throws what it asked
-// for itself.
+// A stream swallows whatever is thrown while it reads and only turns bad, exhausted memory included, unless its mask
+// says otherwise. The mask is the caller's, so it is borrowed; putting it back throws what it asked for itself.
 std::string next_word(std::istream& in) {
   std::string word;
   const std::ios_base::iostate mask = in.exceptions();

@@ -11,10 +11,9 @@
 // within the word is ignored. Gives 0 for a word that is no such date-time, for a date or time of day that
 // doesn't exist, and when there is no word.
 //
-// An offset is written with a colon, or as hours alone: "+0530" is read as five hours. Seconds take nine
-// characters at most, which is a fraction of six digits. The library takes further digits for an offset
-// without a sign, so that "12:00:00.1234567Z" counts as seven hours east: senders of finer fractions have to
-// cut them.
+// An offset is written with a colon, or as hours alone: "+0530" is read as five hours. Seconds take nine characters
+// at most, which is a fraction of six digits. The library takes further digits for an offset without a sign, so that
+// "12:00:00.1234567Z" counts as seven hours east: senders of finer fractions have to cut them.
 //
 // Throws std::bad_alloc when memory is exhausted, and std::ios_base::failure where the exception mask of `in`
 // asks for it. Whatever else the buffer of `in` throws reads like the end of the stream and turns it bad. The

@@ -15,8 +15,7 @@ std::string TMToUTCRFC3339(tm* t) {
   return TimeToRFC3339(::mktime(&normalised));
 }
 
-// The way through local time and back, localtime_r and mktime, returns to the same instant, so it is left
-// out.
+// The way through local time and back, localtime_r and mktime, returns to the same instant, so it is left out.
 std::string TimeToRFC3339(long instant) {
   const time_t seconds = instant;
   tm utc{};

@@ -7,8 +7,8 @@
 
 namespace {
 
-// Seconds that the zone's standard time is east of UTC. mktime takes the UTC fields, whose summer-time flag
-// is cleared, for local standard time, so what it is off by is the offset.
+// Seconds that the zone's standard time is east of UTC. mktime takes the UTC fields, whose summer-time flag is
+// cleared, for local standard time, so what it is off by is the offset.
 long zone_offset_at(time_t instant) {
   tm utc{};
   if (::gmtime_r(&instant, &utc) == nullptr) return 0;

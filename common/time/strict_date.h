@@ -11,11 +11,10 @@
 // digits or more. Its offset from UTC comes from a zone's name or from figures; without either the date is
 // local time.
 //
-// Gives 0 and sets `result` to the instant and `*offset` to the minutes east of UTC; the form "@seconds
-// +hhmm" leaves the microseconds of `result` as they are. Gives -1 for a text that is no date: then tv_sec is
-// -1, and neither result is of use. `offset` may be null, so may `result`, and a null text reads like an
-// empty one.
+// Gives 0 and sets `result` to the instant and `*offset` to the minutes east of UTC; the form "@seconds +hhmm" leaves
+// the microseconds of `result` as they are. Gives -1 for a text that is no date: then tv_sec is -1, and neither
+// result is of use. `offset` may be null, so may `result`, and a null text reads like an empty one.
 //
-// Years end with 2099, and every fourth is a leap year: a count of seconds later than February 2100 comes out
-// a day late. Numbers beyond the range of what they set saturate there.
+// Years end with 2099, and every fourth is a leap year: a count of seconds later than February 2100 comes out a day
+// late. Numbers beyond the range of what they set saturate there.
 LOCALDISK_EXPORT int parse_date_basic(const char* text, timeval* result, int* offset);

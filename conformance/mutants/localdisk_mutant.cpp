@@ -1,4 +1,4 @@
-// Broken twins of the module: MUTANT names the one promise that each breaks, and localdisk-check has to find it.
+// The module, broken on purpose: MUTANT names the one promise that each breaks, and localdisk-check has to find it.
 #include <fcntl.h>
 
 #include <array>

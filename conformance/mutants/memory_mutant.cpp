@@ -1,4 +1,4 @@
-// Broken twins of the memory module: LOCALDISK_MUTANT in the environment names the one promise that the module
+// The memory module, broken on purpose: LOCALDISK_MUTANT in the environment names the one promise that the module
 // breaks, and the check of that promise has to find it. All are one library, so that they are compiled once.
 #include <unistd.h>
 

@@ -118,6 +118,7 @@ class Understanding {
   Understanding(const std::string& text, const std::optional<StrictDate>& strict, time_t instant)
       : text_(text), strict_(strict), instant_(instant) {
     if (strict) {
+      // NOLINTNEXTLINE(bugprone-implicit-widening-of-multiplication-result): at most a day
       const time_t shown = instant + strict->offset_minutes * 60;
       ::gmtime_r(&shown, &shown_);
     } else {
@@ -163,6 +164,7 @@ class Understanding {
       take_count(word, false);
     } else if (is_one_of(counts, word)) {
       counted_ = true;
+      // NOLINTNEXTLINE(bugprone-branch-clone): one answer for two reasons reads best as two lines
     } else if (equal(word, "am") || equal(word, "pm") || is_one_of(times_of_day, word) || is_one_of(fillers, word)) {
       return;
     } else if (follows_digit && (equal(word, "st") || equal(word, "nd") || equal(word, "rd") || equal(word, "th"))) {

@@ -5,14 +5,14 @@
 
 namespace host {
 
-// What the user typed as the module takes it: absolute, without ".", ".." and a divider at the end.
+// What the user typed as the module takes it: absolute, without ".", ".." and a separator at the end.
 std::string absolute_path(const std::string& typed);
 
 // The directory and the name of a host path; the root is its own directory.
 std::string parent_of(const std::string& path);
 std::string name_of(const std::string& path);
 
-// One divider between directory and name.
+// One separator between directory and name.
 std::string below(const std::string& directory, const std::string& name);
 
 }  // namespace host

@@ -95,7 +95,7 @@ int run_drive(Drive& drive, const MountOptions& options, bool is_local) {
   fmt::print("{} is mounted at {}{}; to unmount: {} {}\n", options.root, options.mount_point,
              options.read_only ? ", read-only" : "", unmount_command, options.mount_point);
   if (!options.read_only) {
-    fmt::print("what can't be written in the end will be in {}\n", cache.rescue_folder().string());
+    fmt::print("files that could not be uploaded are kept in {}\n", cache.rescue_folder().string());
   }
   std::fflush(stdout);
   if (!options.foreground) {

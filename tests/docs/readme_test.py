@@ -1,5 +1,5 @@
-"""The README keeps its word: readme_test.py ROOT HOST. It shows the sample host exactly as it is built, names no file that
-is not there, and each command line in it that the host runs ends as the README shows."""
+"""README and guides keep their word: readme_test.py ROOT HOST. The code that they show stands in an example that is built,
+README names no file that is not there, and each command line in it that the host runs ends as it shows."""
 import pathlib
 import re
 import shlex
@@ -8,8 +8,12 @@ import sys
 
 root, host = pathlib.Path(sys.argv[1]), sys.argv[2]
 readme = (root / "README.md").read_text()
-sample = (root / "docs/examples/sample_host.cpp").read_text()
-faults = [] if sample in readme else ["the sample host differs from docs/examples/sample_host.cpp"]
+examples = [path.read_text() for path in (root / "docs/examples").glob("*.cpp")]
+faults = []
+for page, least in (("README.md", 1), ("docs/host-guide.md", 5), ("docs/module-guide.md", 1)):
+    shown = re.findall(r"^```cpp\n(.*?)^```$", (root / page).read_text(), re.M | re.S)
+    faults += [f"{page} shows what no example has:\n{code}" for code in shown if not any(code in text for text in examples)]
+    faults += [f"{page} shows hardly any code"] if len(shown) < least else []
 faults += [f"{name} does not exist" for name in re.findall(r"\bscripts/[\w/-]+", readme) if not (root / name).exists()]
 faults += [f"{link} does not exist" for link in re.findall(r"\]\(([^)#:]+)\)", readme) if not (root / link).exists()]
 
