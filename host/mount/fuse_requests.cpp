@@ -53,8 +53,10 @@ struct stat status_of(const Described& entry) {
   status.st_ino = entry.number;
   status.st_mode = mode | (file.directory ? S_IFDIR : S_IFREG);
   status.st_nlink = entry.is_removed ? 0 : 1;
-  status.st_uid = ::getuid();
-  status.st_gid = ::getgid();
+  static const uid_t user = ::getuid();
+  static const gid_t group = ::getgid();
+  status.st_uid = user;
+  status.st_gid = group;
   status.st_size = file.size;
   status.st_blksize = 4096;
   status.st_blocks = (file.size + block - 1) / block;
