@@ -28,13 +28,12 @@ std::string target_of(Mirror& mirror, const std::string& typed, const std::strin
 
 void copy_one(Mirror& mirror, const std::string& typed, const std::string& target, const CopyOptions& options) {
   const std::string from = absolute_path(typed);
-  std::optional<Entry> entry = mirror.source().find(from);
-  if (!entry) throw CommandError(fmt::format("{}: no such file or folder", from));
-  if (entry->kind == Kind::folder_link) entry->kind = Kind::folder;  // who names it means what it leads to
-  if (entry->kind == Kind::other)
-    throw CommandError(fmt::format("{} is {}: there is nothing to copy", from, entry->what));
+  Entry entry = mirror.source().examine(from);
+  if (entry.kind == Kind::folder_link) entry.kind = Kind::folder;  // who names it means what it leads to
+  if (entry.kind == Kind::other)
+    throw CommandError(fmt::format("{} is {}: there is nothing to copy", from, entry.what));
   const std::string to = target_of(mirror, target, name_of(from), options.paths.size() > 2);
-  const bool folder = is_folder(*entry);
+  const bool folder = is_folder(entry);
   expect_apart(mirror.source(), from, folder, mirror.target(), to);
   if (folder && !options.recursive) {
     throw CommandError(fmt::format("{} is a folder: say -r to copy it with all that is in it", from));
@@ -42,7 +41,7 @@ void copy_one(Mirror& mirror, const std::string& typed, const std::string& targe
   if (!folder && target.back() == '/' && to == absolute_path(target)) {
     throw CommandError(fmt::format("{} is no folder", target));
   }
-  mirror.copy(from, *entry, to);
+  mirror.copy(from, entry, to);
 }
 
 int copy_all(const Session& session, const CopyOptions& options, Direction direction) {

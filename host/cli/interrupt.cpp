@@ -2,12 +2,19 @@
 
 #include <signal.h>
 
+#include <atomic>
+#include <csignal>
+
 namespace host {
 namespace {
 
-_FS_HANDLE* guarded_handle = nullptr;  // written only while the signals have their default action
+volatile std::sig_atomic_t signalled = 0;
+std::atomic<_FS_HANDLE*> guarded_handle{nullptr};
 
-extern "C" void raise_state(int /*signal*/) { stop(*guarded_handle); }
+extern "C" void raise_state(int /*signal*/) {
+  signalled = 1;
+  stop(*guarded_handle.load());
+}
 
 void handle_signals(void (*action)(int)) {
   struct sigaction change {};
@@ -28,9 +35,15 @@ InterruptGuard::InterruptGuard() {
 
 InterruptGuard::~InterruptGuard() { handle_signals(SIG_DFL); }
 
-bool InterruptGuard::interrupted() const {
-  return __atomic_load_n(&handle_->state, __ATOMIC_ACQUIRE) >= FS_STATE_STOP;
+const Handle& InterruptGuard::begin_transfer() const {
+  const Handle next = new_handle();
+  guarded_handle = next.get();
+  handle_ = next;
+  if (signalled != 0) stop(*handle_);
+  return handle_;
 }
+
+bool InterruptGuard::interrupted() const { return signalled != 0; }
 
 void InterruptGuard::throw_if_interrupted() const {
   if (interrupted()) throw Interrupted{};

@@ -60,12 +60,11 @@ int print_content(const Session& session, const std::vector<std::string>& paths,
   for (const std::string& typed : paths) {
     session.report.attempt([&] {
       const std::string path = absolute_path(typed);
-      const std::optional<Entry> file = tree.find(path);
-      if (file && file->kind != Kind::file) {
-        throw CommandError(fmt::format("{} is {}", path, is_folder(*file) ? "a folder; see ls" : file->what));
+      const Entry file = tree.examine(path);
+      if (file.kind != Kind::file) {
+        throw CommandError(fmt::format("{} is {}", path, is_folder(file) ? "a folder; see ls" : file.what));
       }
-      const long long size = file ? file->size : session.drive.info(path).size;  // which says why there is none
-      transfer.print(path, offset, length.value_or(std::max(0LL, size - offset)));
+      transfer.print(path, offset, length.value_or(std::max(0LL, file.size - offset)));
     });
     flush_output();
   }
