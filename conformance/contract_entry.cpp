@@ -14,6 +14,7 @@ CONFORMANCE_CHECK(contract, "entry.name",
   const auto name_type = entry<void(char**)>("GetSupportProtocol");
   const auto release = entry<void(void*)>("FreeP");
   release(nullptr);
+  name_type(nullptr);
   char *first = nullptr, *second = nullptr;
   name_type(&first);
   name_type(&second);

@@ -18,9 +18,7 @@ class DiskDrive final : public Session {
  public:
   DiskDrive() { folder = temporary_.path(); }
   std::string operator/(std::string_view name) const { return temporary_ / name; }
-  std::string write(std::string_view name, std::string_view content) const {
-    return temporary_.write(name, content);
-  }
+  std::string write(std::string_view name, std::string_view content) const { return temporary_.write(name, content); }
 
  private:
   TemporaryFolder temporary_;

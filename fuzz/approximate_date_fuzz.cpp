@@ -19,6 +19,9 @@ FUZZ_TARGET(approximate_date) {
   const int status = localdisk::approxidate_at(text.c_str(), &result, clock);
   HOLDS(status == 0 || status == -1);
   HOLDS(localdisk::approxidate_at(text.c_str(), nullptr, clock) == status);
+  std::string upper = text;
+  for (char& c : upper) c = c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
+  HOLDS(localdisk::approxidate_at(upper.c_str(), nullptr, clock) == status);
   if (status == -1) {
     const auto* const bytes = reinterpret_cast<const unsigned char*>(&result);
     HOLDS(std::count(bytes, bytes + sizeof(result), mark) == std::ptrdiff_t{sizeof(result)});

@@ -1,4 +1,4 @@
-// A line is a path: its plain form is the one that a stack of components gives, and has no plainer one.
+// A line is a path: normalized, it is what a stack of components gives, and stays so.
 #include <cstdlib>
 #include <memory>
 #include <vector>
@@ -8,6 +8,7 @@
 #include "fuzz/target.h"
 #include "localdisk/normalize_path.h"
 #include "localdisk/paths.h"
+#include "testing/oracles.h"
 
 namespace {
 
@@ -17,29 +18,15 @@ std::string plain(std::string_view path) {
   return text.get();
 }
 
-std::string by_components(std::string_view path, std::string_view dividers) {
-  std::vector<std::string_view> kept;
-  for (std::size_t start = 0; start <= path.size();) {
-    const std::size_t end = std::min(path.find_first_of(dividers, start), path.size());
-    const std::string_view part = path.substr(start, end - start);
-    start = end + 1;
-    if (part == ".." && !kept.empty()) kept.pop_back();
-    if (!part.empty() && part != "." && part != "..") kept.push_back(part);
-  }
-  std::string text;
-  for (const std::string_view part : kept) (text += text.empty() ? "" : "/") += part;
-  return text;
-}
-
 }  // namespace
 
 FUZZ_TARGET(paths) {
   const std::string path = std::string(input.rest().c_str());
   const bool absolute = path.starts_with('/');
-  HOLDS(plain(path) == (absolute ? "/" : "") + by_components(path, "/"));
+  HOLDS(plain(path) == (absolute ? "/" : "") + oracles::joined_components(path, "/"));
   HOLDS(plain(plain(path)) == plain(path) && localdisk::normalized(path) == plain(path));
   const std::string exact = ToExactPath(path.c_str());
-  HOLDS(exact == by_components(path, "/\\") && ToExactPath(exact.c_str()) == exact);
+  HOLDS(exact == oracles::joined_components(path, "/\\") && ToExactPath(exact.c_str()) == exact);
 
   const std::string single = remove_duplicated_slashes(path);
   HOLDS(single.find("//") == std::string::npos && remove_duplicated_slashes(single) == single);

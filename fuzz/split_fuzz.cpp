@@ -5,14 +5,11 @@
 #include "common/text/strings.h"
 #include "common/text/tokenize.h"
 #include "fuzz/target.h"
+#include "testing/oracles.h"
+
+using oracles::widened;
 
 namespace {
-
-std::wstring widened(const std::string& text) {
-  std::wstring wide;
-  for (const char c : text) wide += static_cast<wchar_t>(static_cast<unsigned char>(c));
-  return wide;
-}
 
 bool are_same(const std::vector<std::string>& narrow, const std::vector<std::wstring>& wide) {
   bool same = narrow.size() == wide.size();

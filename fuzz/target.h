@@ -40,8 +40,7 @@ int add(const char* name, Subject subject);
 
 }  // namespace fuzz
 
-#define HOLDS(promise) \
-  if (!(promise)) fuzz::broken(__FILE__, __LINE__, #promise)
+#define HOLDS(promise) ((promise) ? static_cast<void>(0) : fuzz::broken(__FILE__, __LINE__, #promise))
 
 #if defined(LOCALDISK_FUZZING)
 #define FUZZ_TARGET(name)                                                             \

@@ -10,8 +10,9 @@ struct _FS_FILE_V2;
 // Handed to GetProtocol, and kept by the protocol object until Release.
 class IProtocolManager {
  public:
-  // Asks for the identity text of a new protocol object, which the host writes, terminated, into `buffer` of
-  // `*length` bytes. Called once, while the object is made; the result and the length written back are ignored.
+  // Asks for the identity text of a new protocol object, which the host writes into `buffer` of `*length` bytes,
+  // terminated unless it fills them. Called once, while the object is made; the result and the length written back
+  // are ignored.
   virtual int GetPid(const char* module, char* buffer, int* length) = 0;
   // Receives a value that belongs to `owner`; the result is ignored.
   virtual int SetValue(const char* owner, const char* key, const char* value, int flag) = 0;

@@ -11,7 +11,7 @@
 // A path of which nothing is left when it is normalized ("", ".", "..", "a/..") names no entry: FS_ERR_NOT_FOUND.
 // SetFileTime alone takes its path as it is.
 //
-// Times are told in the machine's zone, for which an operation that fills records calls ::tzset, and that reads TZ.
+// Times are told in the machine's zone, for which an operation that fills records calls tzset, and that reads TZ.
 // No thread may change the environment meanwhile.
 //
 // A thread may be cancelled in an operation or end itself in a callback: with glibc and libstdc++ everything that the
@@ -28,7 +28,8 @@
 #include "localdisk/status.h"
 #include "localdisk/transfer.h"
 
-// The three interfaces are for calling, not for deriving from: their constructors stay in the module.
+// Hosts call the three interfaces; a module derives its object from the last. Each module has their constructors in
+// one of its own sources: IRefObject::IRefObject() = default; and so on for the other two.
 class LOCALDISK_EXPORT IRefObject {
  public:
   IRefObject(const IRefObject&) = delete;

@@ -12,7 +12,8 @@ extern "C" {
 // was, when an argument is null, memory is short or the manager's GetPid throws.
 LOCALDISK_EXPORT bool GetProtocol(IProtocolManager* manager, void** object);
 
-// Stores a copy of the protocol's name that the caller gives back through FreeP; null when memory is short.
+// Stores a copy of the protocol's name that the caller gives back through FreeP; null when memory is short. A null
+// `name` gets nothing.
 LOCALDISK_EXPORT void GetSupportProtocol(char** name);
 
 // Releases what the module allocated for the host; null is fine.

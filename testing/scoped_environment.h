@@ -42,5 +42,3 @@ class ScopedZone {
 
 inline constexpr const char* berlin_zone = "CET-1CEST,M3.5.0,M10.5.0/3";
 inline constexpr const char* new_york_zone = "EST5EDT,M3.2.0,M11.1.0";
-inline constexpr const char* kBerlin = berlin_zone;
-inline constexpr const char* kNewYork = new_york_zone;

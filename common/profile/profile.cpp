@@ -10,6 +10,7 @@
 #include <optional>
 
 #include "common/profile/profile_line.h"
+#include "common/text/ascii.h"
 
 namespace {
 

@@ -3,18 +3,9 @@
 #include <algorithm>
 #include <cctype>
 
+#include "common/text/ascii.h"
+
 namespace localdisk {
-namespace {
-
-bool is_space(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
-
-}  // namespace
-
-std::string_view trimmed(std::string_view text) {
-  while (!text.empty() && is_space(text.back())) text.remove_suffix(1);
-  while (!text.empty() && is_space(text.front())) text.remove_prefix(1);
-  return text;
-}
 
 std::optional<std::string_view> section_name(std::string_view line) {
   constexpr std::size_t shortest_header = 3;
@@ -23,10 +14,10 @@ std::optional<std::string_view> section_name(std::string_view line) {
 }
 
 std::optional<Setting> setting_in(std::string_view line) {
-  const auto divider = line.find('=');
-  if (divider == std::string_view::npos || divider + 1 == line.size()) return std::nullopt;
-  const std::string_view rest = line.substr(divider + 1);
-  return Setting{line.substr(0, divider), rest.substr(0, rest.find('='))};
+  const auto separator = line.find('=');
+  if (separator == std::string_view::npos || separator + 1 == line.size()) return std::nullopt;
+  const std::string_view rest = line.substr(separator + 1);
+  return Setting{line.substr(0, separator), rest.substr(0, rest.find('='))};
 }
 
 // Bytes from 0x80 on are parts of characters in UTF-8, and no locale changes their case.

@@ -8,10 +8,6 @@
 
 namespace localdisk {
 
-// `text` without the white space at its ends: space, tab, line feed, vertical tab, form feed and carriage
-// return in every locale.
-std::string_view trimmed(std::string_view text);
-
 // The trimmed name in the brackets when `line` is a section header. "[]" is too short to be one, "[ ]" names
 // "".
 std::optional<std::string_view> section_name(std::string_view line);
@@ -26,8 +22,7 @@ struct Setting {
 // the empty key.
 std::optional<Setting> setting_in(std::string_view line);
 
-// A requested name, ready to be compared with many names of a file in the case mapping that the locale has
-// now.
+// A name prepared for case-insensitive comparison, by the case mapping that the locale has now.
 class RequestedName {
  public:
   explicit RequestedName(std::string_view name);

@@ -1,7 +1,9 @@
 #include "common/text/strings.h"
 
 #include <stdexcept>
+#include <string_view>
 
+#include "common/text/ascii.h"
 #include "common/text/search.h"
 
 namespace {
@@ -48,9 +50,10 @@ std::string join(const std::vector<std::string>& items, std::string separator) {
 }
 
 std::string& trim(std::string& text) {
-  constexpr const char* white_space = " \t\n\v\f\r";
-  text.erase(text.find_last_not_of(white_space) + 1);  // npos + 1 is 0: nothing but white space goes entirely
-  text.erase(0, text.find_first_not_of(white_space));
+  const std::string_view kept = localdisk::trimmed(text);
+  const auto start = static_cast<std::size_t>(kept.data() - text.data());
+  text.erase(start + kept.size());
+  text.erase(0, start);
   return text;
 }
 

@@ -10,6 +10,7 @@
 #include <optional>
 #include <utility>
 
+#include "common/text/ascii.h"
 #include "common/time/date_at.h"
 #include "common/time/date_group.h"
 #include "common/time/date_text.h"
@@ -159,14 +160,12 @@ constexpr auto units = std::to_array<Unit>({
 });
 
 bool matches_in_full(const char* at, const char* word) noexcept {
-  if (!begins_like(at, word)) return false;
   const int length = match_word(at, word);
   return length > 0 && word[length] == '\0';
 }
 
 // In full, or without the "s" of the plural.
 bool matches_unit(const char* at, const char* word) noexcept {
-  if (!begins_like(at, word)) return false;
   const int length = match_word(at, word);
   return length > 0 && (word[length] == '\0' || word[length + 1] == '\0');
 }
@@ -254,10 +253,7 @@ const char* take_number(const char* at, Reading& reading, const Clock& clock) no
   settle_number(reading);
   const char* end = at;
   const unsigned long number = read_unsigned(end);
-  if (continues_group(end)) {
-    const char* const after = read_number_group(number, *end, end + 1, reading.date, clock);
-    if (after != nullptr) return after;
-  }
+  if (const char* const after = read_number_group(number, end, reading.date, clock)) return after;
   const bool padded = *at == '0' && end - at >= 3;
   if (!padded) reading.number = saturate(saturate_unsigned(number));
   return end;

@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <optional>
 
+#include "common/text/ascii.h"
 #include "common/time/date_text.h"
 
 namespace localdisk {
@@ -129,13 +130,11 @@ bool take_any_date(unsigned long num, char separator, const Rest& rest, atm& rec
 
 }  // namespace
 
-bool continues_group(const char* at) noexcept {
-  return (*at == ':' || *at == '-' || *at == '/' || *at == '.') && is_digit(at[1]);
-}
-
-const char* read_number_group(unsigned long num, char separator, const char* after_separator, atm& record,
-                              const Clock& clock) noexcept {
-  const Rest rest = read_rest(after_separator, separator);
+const char* read_number_group(unsigned long num, const char* at, atm& record, const Clock& clock) noexcept {
+  const char separator = *at;
+  if (separator != ':' && separator != '-' && separator != '/' && separator != '.') return nullptr;
+  if (!is_digit(at[1])) return nullptr;
+  const Rest rest = read_rest(at + 1, separator);
   const bool taken =
       separator == ':' ? take_time(num, rest, record) : take_any_date(num, separator, rest, record, clock);
   return taken ? rest.end : nullptr;

@@ -1,5 +1,7 @@
 #include "common/time/date_text.h"
 
+#include "common/text/ascii.h"
+
 namespace localdisk {
 namespace {
 

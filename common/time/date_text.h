@@ -1,17 +1,10 @@
-// Characters and numbers as the date readers see them. None of it depends on the process's locale.
+// Numbers as the date readers see them. None of it depends on the process's locale.
 #pragma once
 
 #include <algorithm>
 #include <limits>
 
 namespace localdisk {
-
-constexpr bool is_digit(char c) noexcept { return c >= '0' && c <= '9'; }
-
-// ASCII letters alone: text in other scripts counts as punctuation.
-constexpr bool is_letter(char c) noexcept { return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z'); }
-
-constexpr bool is_space(char c) noexcept { return c == ' ' || (c >= '\t' && c <= '\r'); }
 
 // The value in the range of an int, at the nearer end of it when it lies outside.
 constexpr int saturate(long long value) noexcept {

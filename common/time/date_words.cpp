@@ -3,7 +3,7 @@
 #include <array>
 #include <span>
 
-#include "common/time/date_text.h"
+#include "common/text/ascii.h"
 
 namespace localdisk {
 namespace {
@@ -64,7 +64,7 @@ constexpr bool same_letter(char a, char b) noexcept {
 WordMatch match_name(const char* input, std::span<const char* const> names) noexcept {
   int value = 0;
   for (const char* name : names) {
-    const int length = begins_like(input, name) ? match_word(input, name) : 0;
+    const int length = match_word(input, name);
     if (length >= shortest_abbreviation) return {.value = value, .length = length};
     ++value;
   }
@@ -73,7 +73,7 @@ WordMatch match_name(const char* input, std::span<const char* const> names) noex
 
 }  // namespace
 
-int match_word(const char* input, const char* word) noexcept {
+int match_rest(const char* input, const char* word) noexcept {
   int length = 0;
   for (; input[length] != '\0'; ++length) {
     const char c = input[length];
@@ -89,7 +89,6 @@ WordMatch match_weekday(const char* input) noexcept { return match_name(input, w
 
 WordMatch match_zone(const char* input) noexcept {
   for (const Zone& zone : zones) {
-    if (!begins_like(input, zone.name)) continue;
     const int length = match_word(input, zone.name);
     const bool in_full = length > 0 && zone.name[length] == '\0';
     if (!in_full && length < shortest_abbreviation) continue;

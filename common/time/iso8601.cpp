@@ -1,10 +1,10 @@
 #include "common/time/iso8601.h"
 
-#include <cstring>
 #include <new>
 #include <string>
 #include <string_view>
 
+#include "common/text/ascii.h"
 #include "common/time/iso8601_word.h"
 
 namespace {
@@ -35,8 +35,9 @@ std::string next_word(std::istream& in) {
 time_t parse8601(std::istream&& in) { return localdisk::instant_of_word(next_word(in)); }
 
 time_t RFC3339ToLocalTM(const char* text) {
-  constexpr const char* white_space = " \t\n\v\f\r";
   if (text == nullptr) return 0;
-  text += std::strspn(text, white_space);
-  return localdisk::instant_of_word(std::string_view(text, std::strcspn(text, white_space)));
+  while (localdisk::is_space(*text)) ++text;
+  const char* end = text;
+  while (*end != '\0' && !localdisk::is_space(*end)) ++end;
+  return localdisk::instant_of_word(std::string_view(text, static_cast<std::size_t>(end - text)));
 }

@@ -15,7 +15,7 @@
 #include <sstream>
 #include <string>
 
-#include "common/time/date_text.h"
+#include "common/text/ascii.h"
 
 namespace localdisk {
 namespace {

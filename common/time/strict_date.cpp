@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <limits>
 
+#include "common/text/ascii.h"
 #include "common/time/atm.h"
 #include "common/time/date_at.h"
 #include "common/time/date_group.h"
@@ -130,10 +131,7 @@ const char* read_number(const char* at, Reading& reading, const Clock& clock) no
   const char* end = at;
   const unsigned long num = read_unsigned(end);
   if (take_epoch_seconds(num, reading)) return end;
-  if (continues_group(end)) {
-    const char* const after = read_number_group(num, *end, end + 1, reading.date, clock);
-    if (after != nullptr) return after;
-  }
+  if (const char* const after = read_number_group(num, end, reading.date, clock)) return after;
   const std::ptrdiff_t digits = end - at;
   if (digits == 4) {
     take_four_digits(static_cast<int>(num), reading);

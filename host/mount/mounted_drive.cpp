@@ -31,20 +31,22 @@ bool lies_within(const fs::path& inner, const fs::path& outer) {
   }
 }
 
-// Would deadlock: answering a request would make another one.
-void expect_apart(const MountOptions& options) {
+// What is local lies in files of this machine, and a drive within its own root would deadlock: answering a request
+// would make another one.
+void expect_apart(const MountOptions& options, bool is_local) {
   const fs::path& point = options.mount_point;
   if (!fs::is_directory(point)) throw CommandError(fmt::format("{} is not a folder", point.string()));
   if (!fs::is_empty(point)) throw CommandError(fmt::format("{} is not empty", point.string()));
-  if (lies_within(point, options.root)) {
+  if (is_local && lies_within(point, options.root)) {
     throw CommandError(fmt::format("{} lies in the folder to mount, {}", point.string(), options.root));
   }
 }
 
 // The drive must not show the cache, which is changed around the module.
-void expect_cache_apart(const fs::path& cache, const MountOptions& options) {
+void expect_cache_apart(const fs::path& cache, const MountOptions& options, bool is_local) {
   if (!fs::is_directory(cache)) throw CommandError(fmt::format("{} is not a folder", cache.string()));
-  for (const std::string& taken : {options.root, options.mount_point}) {
+  for (const std::string& taken : {options.mount_point, options.root}) {
+    if (taken == options.root && !is_local) continue;
     if (!lies_within(cache, taken)) continue;
     throw CommandError(fmt::format("{} lies in {}: name another folder with --cache", cache.string(), taken));
   }
@@ -77,13 +79,13 @@ void take_over(RootedDrive& drive, const fs::path& cache_parent, const std::stri
 
 }  // namespace
 
-int run_drive(Drive& drive, const MountOptions& options) {
+int run_drive(Drive& drive, const MountOptions& options, bool is_local) {
   if (drive.info(options.root).type != FS_TYPE_DIRECTORY) {
     throw CommandError(fmt::format("{} is not a folder", options.root));
   }
-  expect_apart(options);
+  expect_apart(options, is_local);
   const fs::path cache_parent = options.cache.empty() ? default_cache_folder() : options.cache;
-  expect_cache_apart(cache_parent, options);
+  expect_cache_apart(cache_parent, options, is_local);
   RootedDrive rooted(drive, options.root);
   if (!options.read_only) take_over(rooted, cache_parent, options.root);
   CacheFolder cache(cache_parent);

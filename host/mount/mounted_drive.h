@@ -6,7 +6,8 @@
 
 namespace host {
 
-// Answers the exit code once the drive is unmounted. What can't be mounted throws.
-int run_drive(Drive& drive, const MountOptions& options);
+// Answers the exit code once the drive is unmounted. What can't be mounted throws. `is_local` says that the module's
+// paths are those of this machine.
+int run_drive(Drive& drive, const MountOptions& options, bool is_local);
 
 }  // namespace host

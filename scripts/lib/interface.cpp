@@ -1,5 +1,5 @@
-// The types by which host and module meet, used in such a way that the compiler lays all of them out: the records by their
-// size, the tables by a call through them.
+// The types by which host and module meet, used in such a way that the compiler lays all of them out: the records by
+// their size, the tables by a call through them.
 #include "localdisk/local_disk.h"
 
 unsigned long lay_out(LocalDisk& object, IProtocolManager& manager, IFileList& list, ILog& log,

@@ -14,6 +14,7 @@
 #include "common/text/octal.h"
 #include "common/text/url_encode.h"
 #include "common/text/uuid.h"
+#include "testing/oracles.h"
 
 namespace {
 
@@ -64,10 +65,9 @@ TEST(NewUuid, IsRandomInTheUsualForm) {
 }
 
 TEST(IsEmailValid, DoesWhatThePatternDoes) {
-  const std::regex pattern(R"((\w+)(\.|_)?(\w*)@(\w+)(\.(\w+))+)");
   std::vector<std::string> texts{""};
   for (std::size_t done = 0; texts[done].size() < 8; ++done) {
-    EXPECT_EQ(is_email_valid(texts[done]), std::regex_match(texts[done], pattern)) << texts[done];
+    EXPECT_EQ(is_email_valid(texts[done]), oracles::is_email(texts[done])) << texts[done];
     for (const char c : {'a', '_', '.', '@'}) texts.push_back(texts[done] + c);
   }
   EXPECT_TRUE(is_email_valid("a1.b_c_d@b1.c.d"));

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cwchar>
+#include <initializer_list>
 #include <string>
 
 namespace {
@@ -17,6 +19,13 @@ TEST(Format, GivesTheWholeText) {
     EXPECT_EQ(string_format("%0*d", length, 0), std::string(size, '0'));
     EXPECT_EQ(wstring_format(L"%0*d", length, 0), std::wstring(size, L'0'));
     EXPECT_EQ(wstring_format(L"%ls", std::wstring(size, L'x').c_str()), std::wstring(size, L'x'));
+  }
+}
+
+TEST(Format, TakesEveryCharacter) {
+  for (const wchar_t c : std::initializer_list<wchar_t>{WCHAR_MAX, WCHAR_MIN, L'\x10FFFF', L'\1'}) {
+    const std::wstring text(10000, c);
+    EXPECT_EQ(wstring_format(L"%ls", text.c_str()), text);
   }
 }
 

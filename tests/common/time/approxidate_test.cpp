@@ -4,7 +4,6 @@
 
 #include <initializer_list>
 #include <limits>
-#include <random>
 #include <string>
 
 #include "common/time/date_at.h"
@@ -63,15 +62,15 @@ TEST(Approxidate, ReadsDatesAsPeopleWriteThem) {
 TEST(Approxidate, KeepsTheSummerTimeFlagOfToday) {
   // Days of winter are read by the summer time of today.
   expect_dates(
-      kBerlin, utc(2021, 7, 1, 13, 30, 20),
+      berlin_zone, utc(2021, 7, 1, 13, 30, 20),
       {"noon = 2021-07-01 10:00:00", "30 weeks ago = 2020-12-03 13:30:20", "Dec 25 = 2020-12-25 13:30:20",
        "6 months ago = 2021-01-01 13:30:20", "2008-02-14 = 2008-02-14 13:30:20", "never = 1970-01-01 00:00:00"});
   // Half an hour into summer time, at 3:30.
-  expect_dates(kBerlin, utc(2021, 3, 28, 1, 30),
+  expect_dates(berlin_zone, utc(2021, 3, 28, 1, 30),
                {"now = 2021-03-28 01:30:00", "1 hour ago = 2021-03-28 00:30:00", "yesterday = 2021-03-27 01:30:00",
                 "noon = 2021-03-27 11:00:00", "midnight = 2021-03-27 22:00:00", "last sunday = 2021-03-21 01:30:00"});
   // The second 2:30 of the night in which summer time ends.
-  expect_dates(kBerlin, utc(2021, 10, 31, 1, 30),
+  expect_dates(berlin_zone, utc(2021, 10, 31, 1, 30),
                {"now = 2021-10-31 01:30:00", "1 hour ago = 2021-10-31 00:30:00", "yesterday = 2021-10-30 01:30:00",
                 "last sunday = 2021-10-24 01:30:00", "noon = 2021-10-30 10:00:00", "midnight = 2021-10-30 23:00:00"});
 }
@@ -113,26 +112,4 @@ TEST(Approxidate, TurnsLastModifiedDatesIntoTimestamps) {
   EXPECT_EQ(convert_last_modified_to_rfc3339("Wed, 21 Oct 2015 07:28:00 GMT"), "2015-10-21T07:28:00.000Z");
   EXPECT_EQ(convert_last_modified_to_rfc3339("monday"), "");
   EXPECT_EQ(convert_last_modified_to_rfc3339(""), "");
-}
-
-// Under the checkers: whatever the text, it is read within its bounds and without overflow.
-TEST(Approxidate, EndsOnAnyText) {
-  const ScopedZone zone(kNewYork);
-  constexpr std::size_t longest = 64 * 1024;
-  for (const std::string piece :
-       {"9", "1:1:1.", "1-", "12/31/", "+01:", "@1 +", "1 month ", "2147483647 months ", "9999999999 years ",
-        "2147483647 weeks ", "9 fridays ", "noon tea 5pm never ", "1:2:3.       ", "jan", "\xFF", "99:99:99. "}) {
-    std::string text;
-    while (text.size() < longest) text += piece;
-    read(text, Clock());
-  }
-  const std::string pieces = "0123456789:-/.+@ \n\tTZapmdecnowlasty\x80\xFF";
-  std::mt19937 random(1203021045);
-  for (int i = 0; i < 3000; ++i) {
-    std::string text = "Thu, 14 Feb 2008 20:30:45.25 +01:00 @1203021045 last friday 5pm";
-    text.resize(random() % text.size());
-    for (std::size_t j = random() % 30; j > 0; --j) text += pieces[random() % pieces.size()];
-    const Clock clock = clock_at(static_cast<time_t>(random()));
-    EXPECT_EQ(read(text, clock), read(upper_case(text), clock)) << text;
-  }
 }

@@ -21,7 +21,7 @@ std::string shown(std::int64_t field, int shift = 0) { return field < 0 ? "x" : 
 std::string read_group(const std::string& text, atm record, const Clock& clock) {
   const char* separator = text.c_str();
   const unsigned long first = read_unsigned(separator);
-  const char* const end = read_number_group(first, *separator, separator + 1, record, clock);
+  const char* const end = read_number_group(first, separator, record, clock);
   return shown(record.tm_hour) + ":" + shown(record.tm_min) + ":" + shown(record.tm_sec) + "." +
          std::to_string(record.tm_usec) + " " + shown(record.tm_year, 1900) + "-" + shown(record.tm_mon, 1) + "-" +
          shown(record.tm_mday) + (end == nullptr ? "[" + text + "]" : end);

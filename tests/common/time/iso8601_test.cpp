@@ -16,7 +16,7 @@
 #include "tests/common/time/instants.h"
 
 TEST(Iso8601, HonoursTheZoneOfTheText) {
-  const ScopedZone zone(kNewYork);  // must not matter
+  const ScopedZone zone(new_york_zone);  // must not matter
   constexpr time_t noon = 1625140800;
   struct Row {
     time_t instant;

@@ -51,7 +51,7 @@ TEST(Rfc3339, PrintsFieldsAsTheyAre) {
 }
 
 TEST(Rfc3339, PrintsInstantsInUtcWhateverTheZone) {
-  for (const char* zone : {"UTC0", kBerlin, kNewYork, "XST-5:45"}) {
+  for (const char* zone : {"UTC0", berlin_zone, new_york_zone, "XST-5:45"}) {
     const ScopedZone scoped(zone);
     for (const auto& [instant, text] : std::to_array<std::tuple<long, std::string_view>>({
              {0, "1970-01-01T00:00:00.000Z"},
@@ -70,7 +70,7 @@ TEST(Rfc3339, PrintsInstantsInUtcWhateverTheZone) {
 }
 
 TEST(Rfc3339, BringsLocalFieldsToUtcAndNormalisesThem) {
-  const ScopedZone berlin(kBerlin);
+  const ScopedZone berlin(berlin_zone);
   tm summer = fields(2021, 7, 32, 14, 0, 0);
   EXPECT_EQ(TMToUTCRFC3339(&summer), "2021-08-01T12:00:00.000Z");
   EXPECT_EQ(std::tuple(summer.tm_mon, summer.tm_mday, summer.tm_isdst), std::tuple(7, 1, 1));
@@ -95,7 +95,7 @@ TEST(Rfc3339, ReadsTextAsLocalStandardTime) {
            {"2021-07", 1625011200},  // day 0 of July
        })) {
     for (const auto& [zone, east, summer] : std::to_array<std::tuple<const char*, long, long>>(
-             {{"UTC0", 0, 0}, {kBerlin, 3600, 0}, {"XST5", -18000, 0}})) {
+             {{"UTC0", 0, 0}, {berlin_zone, 3600, 0}, {"XST5", -18000, 0}})) {
       const ScopedZone scoped(zone);
       EXPECT_EQ(RFC3339ToTM(text), utc - east + summer) << text << " in " << zone;
     }
@@ -107,7 +107,7 @@ TEST(Rfc3339, ReadsTextAsLocalStandardTime) {
 }
 
 TEST(Rfc3339, ReadsItsOwnTextBackAnHourLateInSummer) {
-  const ScopedZone berlin(kBerlin);
+  const ScopedZone berlin(berlin_zone);
   for (const auto& [instant, late] : {std::pair{kJanuaryNoon, 0}, {kJulyNoon, 3600}}) {
     tm local{};
     ::localtime_r(&instant, &local);
@@ -132,8 +132,8 @@ TEST(ServerClock, ShiftsByTheStandardOffset) {
   for (const auto& row : std::to_array<Row>({
            {"UTC0", "2021-01-15T12:00:00.000Z", "2021-07-01T12:00:00.000Z", "2021-01-15T12:00:00.000Z"},
            {"XST-1", "2021-01-15T13:00:00.000Z", "2021-07-01T13:00:00.000Z", "2021-01-15T10:00:00.000Z"},
-           {kBerlin, "2021-01-15T13:00:00.000Z", "2021-07-01T13:00:00.000Z", "2021-01-15T10:00:00.000Z"},
-           {kNewYork, "2021-01-15T07:00:00.000Z", "2021-07-01T07:00:00.000Z", "2021-01-15T22:00:00.000Z"},
+           {berlin_zone, "2021-01-15T13:00:00.000Z", "2021-07-01T13:00:00.000Z", "2021-01-15T10:00:00.000Z"},
+           {new_york_zone, "2021-01-15T07:00:00.000Z", "2021-07-01T07:00:00.000Z", "2021-01-15T22:00:00.000Z"},
        })) {
     const ScopedZone scoped(row.zone);
     EXPECT_EQ(AdjustOffsetForServerTime(kJanuaryNoon), row.forward_january) << row.zone;

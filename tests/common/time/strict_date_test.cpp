@@ -106,7 +106,7 @@ TEST(StrictDate, ReadsStamps) {
 }
 
 TEST(StrictDate, TakesTheOffsetThatTheZoneHasOnTheDay) {
-  const ScopedZone zone(kBerlin);
+  const ScopedZone zone(berlin_zone);
   expect_dates(std::to_array<Dates>({
       {utc(2021, 1, 15, 11), 60, 0, {"2021-01-15 12:00"}},
       {utc(2021, 7, 15, 10), 120, 0, {"2020-07-15 12:00 2021"}},
