@@ -62,7 +62,7 @@ int make_folders(const Session& session, const std::vector<std::string>& paths, 
 
 int remove(const Session& session, const std::vector<std::string>& paths, bool recursive) {
   DriveTree drive(session.module, session.drive);
-  Removal removal(drive, session.report, [](const std::string&, const Entry&) { return true; });
+  Removal removal(drive, session.report);
   for (const std::string& typed : paths) {
     const std::string path = absolute_path(typed);
     Entry entry;

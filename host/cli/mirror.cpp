@@ -178,13 +178,12 @@ void Mirror::delete_gone(const std::string& from, const std::string& to) {
 }
 
 void Mirror::remove(const std::string& path, const Entry& entry) {
-  const auto choose = [&](const std::string& each, const Entry& one) {
-    if (is_excluded(one)) return false;
+  const auto excluded = [&](const Entry& each) { return is_excluded(each); };
+  const auto removed = [&](const std::string& each) {
     ++counts_.deleted;
     if (rules_.dry_run) fmt::print("delete {}\n", escaped_for_output(each));
-    return true;
   };
-  Removal(target(), session_.report, choose, rules_.dry_run).remove(path, entry);
+  Removal(target(), session_.report, excluded, removed, rules_.dry_run).remove(path, entry);
 }
 
 }  // namespace host

@@ -21,9 +21,11 @@ namespace {
 
 class Descriptor {
  public:
-  Descriptor(const std::string& path, int flags, mode_t mode = 0)
+  Descriptor(const std::string& path, int flags) : Descriptor(path, flags, 0, path) {}
+  // An error names the path `told_as`.
+  Descriptor(const std::string& path, int flags, mode_t mode, const std::string& told_as)
       : number_(::open(path.c_str(), flags | O_CLOEXEC, mode)) {
-    if (number_ < 0) throw std::system_error(errno, std::generic_category(), path);
+    if (number_ < 0) throw std::system_error(errno, std::generic_category(), told_as);
   }
   ~Descriptor() {
     if (number_ >= 0) ::close(number_);
@@ -96,7 +98,7 @@ void Transfer::download(const std::string& path, const Entry& file, const std::s
   struct stat old {};
   const bool replaces = ::lstat(local.c_str(), &old) == 0 && S_ISREG(old.st_mode);
   const std::string part = below(parent_of(local), temporary_name());
-  Descriptor out(part, O_WRONLY | O_CREAT | O_EXCL, replaces ? S_IRUSR | S_IWUSR : 0666);
+  Descriptor out(part, O_WRONLY | O_CREAT | O_EXCL, replaces ? S_IRUSR | S_IWUSR : 0666, local);
   Leftover leftover([&] { ::unlink(part.c_str()); });
   Progress progress(file.name, file.size, report_.quiet());
   long long done = 0;
