@@ -5,7 +5,9 @@ import pathlib
 import pty
 import shutil
 import subprocess
+import sys
 import time
+import unittest
 
 from tool import HOST, MODULE, ToolTest, main
 
@@ -244,6 +246,21 @@ class Commands(ToolTest):
         for module in ("none.so", "/bin/sh", "text.so", "empty.so", "cut-2.so", "cut-3.so", "cut-50.so", "cut-1000.so"):
             result = subprocess.run([HOST, "--module", module, "info"], capture_output=True)
             self.assertEqual((result.returncode, result.stderr.count(b"\n")), (2, 1), (module, result.stderr))
+
+        result = subprocess.run([HOST, "--module", sys.argv[3], "info"], capture_output=True)
+        self.assertEqual((result.returncode, result.stderr.count(b"\n")), (2, 1), result.stderr)
+        self.assertRegex(result.stderr, b"built for lib(c|stdc)[+][+], this host for lib(c|stdc)[+][+]")
+
+    # It offers neither utilities nor a volume, and its entries are not those of this machine.
+    @unittest.skipIf(len(sys.argv) < 5 or not sys.argv[4], "the example module isn't built")
+    def test_a_module_that_keeps_its_entries_elsewhere(self):
+        tool = lambda *arguments: subprocess.run([HOST, "--module", sys.argv[4], *arguments], capture_output=True)
+        self.write("f", b"content")
+        for arguments in (("info",), ("ls", "/"), ("put", "f", "/"), ("sync", "--dry-run", ".", "/copy"), ("put", "f", "/f"),
+                          ("touch", "/x")):
+            result = tool(*arguments)
+            self.assertEqual((result.returncode, result.stderr), (0, b""), arguments)
+        self.assertIn(b"FS_ERR_NOT_FOUND", tool("cat", "f").stderr)
 
     def test_reasons_are_true(self):
         os.mkdir("closed", 0o555)
