@@ -9,9 +9,9 @@
 namespace host {
 namespace {
 
-std::string counted(const MirrorCounts& counts, long long bytes) {
+std::string counted(const MirrorCounts& counts) {
   return fmt::format("{} files, {} folders, {}", counts.copied, counts.folders,
-                     readable_bytes(static_cast<double>(bytes)));
+                     readable_bytes(static_cast<double>(counts.bytes)));
 }
 
 // A target that is a folder receives the source under its name; what is there already must let itself be replaced.
@@ -51,7 +51,7 @@ int copy_all(const Session& session, const CopyOptions& options, Direction direc
     session.report.attempt_whole([&] { copy_one(mirror, options.paths[at], target, options); });
   }
   if (mirror.counts().copied + mirror.counts().folders > 0) {
-    session.report.print_result(counted(mirror.counts(), mirror.transfer().bytes()));
+    session.report.print_result(counted(mirror.counts()));
   }
   return session.report.finish();
 }

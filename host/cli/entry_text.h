@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "localdisk/file_record.h"
+#include "host/client/drive.h"
 
 namespace host {
 

@@ -129,6 +129,7 @@ void Mirror::copy_file(const std::string& from, const Entry& file, const std::st
     transfer_.download(from, file, to);
   }
   ++counts_.copied;
+  counts_.bytes += file.size;
 }
 
 void Mirror::synchronise(const std::string& from, const Entry& folder, const std::string& to) {

@@ -21,8 +21,8 @@ int sync(const Session& session, const SyncOptions& options) {
   const MirrorCounts& counts = mirror.counts();
   session.report.print_result(fmt::format("{}{} copied, {}; {} folders made, {} deleted, {} unchanged",
                                           options.dry_run ? "would be: " : "", counts.copied,
-                                          readable_bytes(static_cast<double>(mirror.transfer().bytes())),
-                                          counts.folders, counts.deleted, counts.unchanged));
+                                          readable_bytes(static_cast<double>(counts.bytes)), counts.folders,
+                                          counts.deleted, counts.unchanged));
   return session.report.finish();
 }
 
