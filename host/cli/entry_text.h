@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "host/client/drive.h"
+#include "localdisk/file_record.h"
 
 namespace host {
 
