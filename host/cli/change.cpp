@@ -10,10 +10,9 @@ namespace {
 
 void move_one(DriveTree& drive, const std::string& typed, const std::string& target, bool several) {
   const std::string path = absolute_path(typed), there = absolute_path(target);
-  const std::optional<Entry> entry = drive.find(path);
-  if (!entry) throw CommandError(fmt::format("{}: no such file or folder", path));
-  if (entry->kind == Kind::other) {
-    throw CommandError(fmt::format("{} is {}: the protocol moves files and folders only", path, entry->what));
+  const Entry entry = drive.examine(path);
+  if (entry.kind == Kind::other) {
+    throw CommandError(fmt::format("{} is {}: the protocol moves files and folders only", path, entry.what));
   }
   const std::optional<Entry> receiver = drive.find(there);
   const bool into = receiver && is_folder(*receiver);
@@ -23,16 +22,16 @@ void move_one(DriveTree& drive, const std::string& typed, const std::string& tar
   if (place.compare(0, path.size() + 1, below(path, "")) == 0) {
     throw CommandError(fmt::format("{} lies in {}, which can't be copied or moved into itself", place, path));
   }
-  expect_apart(drive, path, entry->kind == Kind::folder, drive, place);
+  expect_apart(drive, path, entry.kind == Kind::folder, drive, place);
   const std::optional<Entry> parent = drive.find(parent_of(place));
   if (!parent || !is_folder(*parent)) throw CommandError(fmt::format("{}: no such folder", parent_of(place)));
   if (!into && receiver && receiver->kind == Kind::other) {
     throw CommandError(fmt::format("{} is {}, and nothing can take its place", place, receiver->what));
   }
-  if (!into && target.back() == '/' && entry->kind == Kind::file) {
+  if (!into && target.back() == '/' && entry.kind == Kind::file) {
     throw CommandError(fmt::format("{} is no folder", target));
   }
-  drive.move(path, place, *entry);
+  drive.move(path, place, entry);
 }
 
 void make_folder(DriveTree& drive, const std::string& path, bool parents) {
@@ -63,20 +62,19 @@ int make_folders(const Session& session, const std::vector<std::string>& paths, 
 
 int remove(const Session& session, const std::vector<std::string>& paths, bool recursive) {
   DriveTree drive(session.module, session.drive);
-  Removal removal(drive, session.report, [](const std::string&, const Entry&) { return true; });
+  Removal removal(drive, session.report);
   for (const std::string& typed : paths) {
     const std::string path = absolute_path(typed);
-    std::optional<Entry> entry;
+    Entry entry;
     const bool found = session.report.attempt_whole([&] {
       if (path == "/") throw CommandError("the root of this machine is not for removing");
-      entry = drive.find(path);
-      if (!entry) throw CommandError(fmt::format("{}: no such file or folder", path));
+      entry = drive.examine(path);
     });
     if (!found) continue;
     if (recursive) {
-      removal.remove(path, *entry);
+      removal.remove(path, entry);
     } else {
-      session.report.attempt([&] { drive.remove(path, *entry); });
+      session.report.attempt([&] { drive.remove(path, entry); });
     }
   }
   return session.report.finish();

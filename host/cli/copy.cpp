@@ -9,9 +9,9 @@
 namespace host {
 namespace {
 
-std::string counted(const MirrorCounts& counts, long long bytes) {
+std::string counted(const MirrorCounts& counts) {
   return fmt::format("{} files, {} folders, {}", counts.copied, counts.folders,
-                     readable_bytes(static_cast<double>(bytes)));
+                     readable_bytes(static_cast<double>(counts.bytes)));
 }
 
 // A target that is a folder receives the source under its name; what is there already must let itself be replaced.
@@ -28,13 +28,12 @@ std::string target_of(Mirror& mirror, const std::string& typed, const std::strin
 
 void copy_one(Mirror& mirror, const std::string& typed, const std::string& target, const CopyOptions& options) {
   const std::string from = absolute_path(typed);
-  std::optional<Entry> entry = mirror.source().find(from);
-  if (!entry) throw CommandError(fmt::format("{}: no such file or folder", from));
-  if (entry->kind == Kind::folder_link) entry->kind = Kind::folder;  // who names it means what it leads to
-  if (entry->kind == Kind::other)
-    throw CommandError(fmt::format("{} is {}: there is nothing to copy", from, entry->what));
+  Entry entry = mirror.source().examine(from);
+  if (entry.kind == Kind::folder_link) entry.kind = Kind::folder;  // who names it means what it leads to
+  if (entry.kind == Kind::other)
+    throw CommandError(fmt::format("{} is {}: there is nothing to copy", from, entry.what));
   const std::string to = target_of(mirror, target, name_of(from), options.paths.size() > 2);
-  const bool folder = is_folder(*entry);
+  const bool folder = is_folder(entry);
   expect_apart(mirror.source(), from, folder, mirror.target(), to);
   if (folder && !options.recursive) {
     throw CommandError(fmt::format("{} is a folder: say -r to copy it with all that is in it", from));
@@ -42,7 +41,7 @@ void copy_one(Mirror& mirror, const std::string& typed, const std::string& targe
   if (!folder && target.back() == '/' && to == absolute_path(target)) {
     throw CommandError(fmt::format("{} is no folder", target));
   }
-  mirror.copy(from, *entry, to);
+  mirror.copy(from, entry, to);
 }
 
 int copy_all(const Session& session, const CopyOptions& options, Direction direction) {
@@ -52,7 +51,7 @@ int copy_all(const Session& session, const CopyOptions& options, Direction direc
     session.report.attempt_whole([&] { copy_one(mirror, options.paths[at], target, options); });
   }
   if (mirror.counts().copied + mirror.counts().folders > 0) {
-    session.report.print_result(counted(mirror.counts(), mirror.transfer().bytes()));
+    session.report.print_result(counted(mirror.counts()));
   }
   return session.report.finish();
 }

@@ -78,13 +78,13 @@ void timed_sync(const char* what, const Session& session, Direction direction, c
   MirrorRules rules;
   rules.only_differing = true;
   Mirror mirror(session, direction, std::move(rules));
-  std::optional<Entry> folder = mirror.source().find(from);
-  if (!folder || !is_folder(*folder)) throw CommandError(fmt::format("{} is no folder", from));
-  folder->kind = Kind::folder;
-  mirror.synchronise(from, *folder, to);
+  Entry folder = mirror.source().examine(from);
+  if (!is_folder(folder)) throw CommandError(fmt::format("{} is no folder", from));
+  folder.kind = Kind::folder;
+  mirror.synchronise(from, folder, to);
   const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
   const MirrorCounts& counts = mirror.counts();
-  const auto bytes = static_cast<double>(mirror.transfer().bytes());
+  const auto bytes = static_cast<double>(counts.bytes);
   if (counts.copied == 0) {
     fmt::print("{:<8} nothing to copy in {:.2f} s: {} files are equal\n", what, seconds, counts.unchanged);
   } else {

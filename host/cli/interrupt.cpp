@@ -2,18 +2,18 @@
 
 #include <signal.h>
 
+#include <atomic>
 #include <csignal>
 
 namespace host {
 namespace {
 
-_FS_HANDLE* guarded_handle = nullptr;  // written only while the signals have their default action
-
 volatile std::sig_atomic_t signalled = 0;
+std::atomic<_FS_HANDLE*> guarded_handle{nullptr};
 
 extern "C" void raise_state(int /*signal*/) {
   signalled = 1;
-  stop(*guarded_handle);
+  stop(*guarded_handle.load());
 }
 
 void handle_signals(void (*action)(int)) {
@@ -35,9 +35,11 @@ InterruptGuard::InterruptGuard() {
 
 InterruptGuard::~InterruptGuard() { handle_signals(SIG_DFL); }
 
-const Handle& InterruptGuard::handle() const {
-  __atomic_store_n(&handle_->state, 0, __ATOMIC_RELEASE);
-  if (interrupted()) stop(*handle_);  // the signal may have come before the line above
+const Handle& InterruptGuard::begin_transfer() const {
+  const Handle next = new_handle();
+  guarded_handle = next.get();
+  handle_ = next;
+  if (signalled != 0) stop(*handle_);
   return handle_;
 }
 

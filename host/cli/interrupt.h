@@ -1,5 +1,5 @@
-// Ctrl-C and its relatives while the tool works: they raise the state of the transfers' handle, and the module ends
-// them in good order.
+// Ctrl-C and its relatives while the tool works: they raise the state of the running transfer's handle, and the
+// module ends it in good order.
 #pragma once
 
 #include "host/client/drive.h"
@@ -9,7 +9,7 @@ namespace host {
 // Thrown where work is given up because of a signal.
 struct Interrupted {};
 
-// One at a time. While it lives, the first SIGINT, SIGTERM or SIGHUP stops its handle instead of the process, and a
+// One at a time. While it lives, the first SIGINT, SIGTERM or SIGHUP stops the transfer instead of the process, and a
 // second one ends the process. A signal that is ignored, as SIGHUP is under nohup, stays so.
 class InterruptGuard {
  public:
@@ -18,13 +18,13 @@ class InterruptGuard {
   InterruptGuard(const InterruptGuard&) = delete;
   InterruptGuard& operator=(const InterruptGuard&) = delete;
 
-  // The handle for the next transfer. What stopped the one before, but for a signal, doesn't stop this one.
-  [[nodiscard]] const Handle& handle() const;
+  // The handle of the next transfer; one at a time.
+  [[nodiscard]] const Handle& begin_transfer() const;
   [[nodiscard]] bool interrupted() const;
   void throw_if_interrupted() const;
 
  private:
-  Handle handle_ = new_handle();
+  mutable Handle handle_ = new_handle();
 };
 
 }  // namespace host

@@ -129,6 +129,7 @@ void Mirror::copy_file(const std::string& from, const Entry& file, const std::st
     transfer_.download(from, file, to);
   }
   ++counts_.copied;
+  counts_.bytes += file.size;
 }
 
 void Mirror::synchronise(const std::string& from, const Entry& folder, const std::string& to) {
@@ -178,13 +179,12 @@ void Mirror::delete_gone(const std::string& from, const std::string& to) {
 }
 
 void Mirror::remove(const std::string& path, const Entry& entry) {
-  const auto choose = [&](const std::string& each, const Entry& one) {
-    if (is_excluded(one)) return false;
+  const auto excluded = [&](const Entry& each) { return is_excluded(each); };
+  const auto removed = [&](const std::string& each) {
     ++counts_.deleted;
     if (rules_.dry_run) fmt::print("delete {}\n", escaped_for_output(each));
-    return true;
   };
-  Removal(target(), session_.report, choose, rules_.dry_run).remove(path, entry);
+  Removal(target(), session_.report, excluded, removed, rules_.dry_run).remove(path, entry);
 }
 
 }  // namespace host

@@ -20,7 +20,7 @@ struct MirrorRules {
 };
 
 struct MirrorCounts {
-  long long copied = 0, unchanged = 0, folders = 0, deleted = 0;
+  long long copied = 0, bytes = 0, unchanged = 0, folders = 0, deleted = 0;
 };
 
 // Throws CommandError where both paths are the same file of this machine, or the target lies in a source that is a

@@ -12,6 +12,21 @@
 
 namespace host {
 
+namespace {
+
+// Prints with `body` what a module may not offer.
+template <class Body>
+void print_if_offered(const char* what, Body&& body) {
+  try {
+    body();
+  } catch (const OperationError& error) {
+    if (error.status() != FS_ERR_NOT_SUPPORTED) throw;
+    fmt::print("{:<11} not offered\n", what);
+  }
+}
+
+}  // namespace
+
 int show_info(const Session& session, const std::string& root) {
   Drive& drive = session.drive;
   drive.set_option("root_path", absolute_path(root));
@@ -21,18 +36,20 @@ int show_info(const Session& session, const std::string& root) {
   fmt::print("features    {:#x}\n", drive.features());
   fmt::print("user        {}\n", escaped_for_output(drive.user()));
   fmt::print("root        {}\n", escaped_for_output(drive.root()));
-  if (const std::optional<Quota> quota = drive.quota()) {
+  print_if_offered("quota", [&] {
     const auto line = [](const char* what, unsigned long long bytes) {
       fmt::print("{:<11} {} bytes, {}\n", what, bytes, readable_bytes(static_cast<double>(bytes)));
     };
+    const std::optional<Quota> quota = drive.quota();
+    if (!quota) return fmt::print("quota       unknown\n");
     line("quota", quota->total);
     line("in use", quota->used);
-  } else {
-    fmt::print("quota       unknown\n");
-  }
-  for (const ToldValue& told : drive.hand_over_credential()) {
-    fmt::print("credential  {} = {} (owner {}, flag {})\n", told.key, told.value, told.owner, told.flag);
-  }
+  });
+  print_if_offered("credential", [&] {
+    for (const ToldValue& told : drive.hand_over_credential()) {
+      fmt::print("credential  {} = {} (owner {}, flag {})\n", told.key, told.value, told.owner, told.flag);
+    }
+  });
   flush_output();
   return exit_done;
 }
@@ -60,12 +77,11 @@ int print_content(const Session& session, const std::vector<std::string>& paths,
   for (const std::string& typed : paths) {
     session.report.attempt([&] {
       const std::string path = absolute_path(typed);
-      const std::optional<Entry> file = tree.find(path);
-      if (file && file->kind != Kind::file) {
-        throw CommandError(fmt::format("{} is {}", path, is_folder(*file) ? "a folder; see ls" : file->what));
+      const Entry file = tree.examine(path);
+      if (file.kind != Kind::file) {
+        throw CommandError(fmt::format("{} is {}", path, is_folder(file) ? "a folder; see ls" : file.what));
       }
-      const long long size = file ? file->size : session.drive.info(path).size;  // which says why there is none
-      transfer.print(path, offset, length.value_or(std::max(0LL, size - offset)));
+      transfer.print(path, offset, length.value_or(std::max(0LL, file.size - offset)));
     });
     flush_output();
   }

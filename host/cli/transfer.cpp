@@ -102,11 +102,12 @@ void Transfer::download(const std::string& path, const Entry& file, const std::s
   Leftover leftover([&] { ::unlink(part.c_str()); });
   Progress progress(file.name, file.size, report_.quiet());
   long long done = 0;
-  drive_.read(path, 0, file.size, report_.interrupt().handle(), [&](const unsigned char* data, std::size_t size) {
-    write_all(out.number(), data, size, local);
-    done += static_cast<long long>(size);
-    progress.show(done);
-  });
+  drive_.read(path, 0, file.size, report_.interrupt().begin_transfer(),
+              [&](const unsigned char* data, std::size_t size) {
+                write_all(out.number(), data, size, local);
+                done += static_cast<long long>(size);
+                progress.show(done);
+              });
   if (replaces) expect(::fchmod(out.number(), old.st_mode & 0777U) == 0, local);
   if (file.modified != -1) {
     const std::array<timespec, 2> times{{{0, UTIME_NOW}, {file.modified, 0}}};
@@ -152,7 +153,7 @@ void Transfer::upload_content(int in, long long size, time_t accessed, time_t mo
   });
   Progress progress(name_of(path), size, report_.quiet());
   try {
-    drive_.upload(parent, part, size, report_.interrupt().handle(),
+    drive_.upload(parent, part, size, report_.interrupt().begin_transfer(),
                   [&](unsigned char* block, std::size_t count, long long offset) {
                     if (read_at(in, block, count, offset, path) < count) {
                       throw CommandError(fmt::format("what was to be copied to {} became shorter meanwhile", path));
@@ -173,10 +174,11 @@ void Transfer::upload_content(int in, long long size, time_t accessed, time_t mo
 }
 
 void Transfer::print(const std::string& path, long long offset, long long length) {
-  drive_.read(path, offset, length, report_.interrupt().handle(), [](const unsigned char* data, std::size_t size) {
-    std::fwrite(data, 1, size, stdout);
-    if (std::ferror(stdout) != 0) flush_output();
-  });
+  drive_.read(path, offset, length, report_.interrupt().begin_transfer(),
+              [](const unsigned char* data, std::size_t size) {
+                std::fwrite(data, 1, size, stdout);
+                if (std::ferror(stdout) != 0) flush_output();
+              });
 }
 
 bool Transfer::same_content(const std::string& local, const std::string& path, long long size) {
@@ -185,13 +187,14 @@ bool Transfer::same_content(const std::string& local, const std::string& path, l
   std::vector<unsigned char> block(FS_CHUNK_SIZE);
   long long done = 0;
   try {
-    drive_.read(path, 0, size, report_.interrupt().handle(), [&](const unsigned char* data, std::size_t count) {
-      if (block.size() < count) block.resize(count);
-      const bool same = read_at(in.number(), block.data(), count, done, local) == count &&
-                        std::equal(data, data + count, block.data());
-      if (!same) throw Different{};
-      done += static_cast<long long>(count);
-    });
+    drive_.read(path, 0, size, report_.interrupt().begin_transfer(),
+                [&](const unsigned char* data, std::size_t count) {
+                  if (block.size() < count) block.resize(count);
+                  const bool same = read_at(in.number(), block.data(), count, done, local) == count &&
+                                    std::equal(data, data + count, block.data());
+                  if (!same) throw Different{};
+                  done += static_cast<long long>(count);
+                });
   } catch (const Different&) {
     return false;
   }

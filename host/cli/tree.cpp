@@ -92,6 +92,12 @@ void LocalTree::list(const std::string& folder, const Visit& visit) {
 
 std::optional<Entry> LocalTree::find(const std::string& path) { return find_local(path); }
 
+Entry LocalTree::examine(const std::string& path) {
+  std::optional<Entry> entry = find_local(path);
+  if (!entry) throw_errno(ENOENT, path);
+  return *std::move(entry);
+}
+
 void LocalTree::make_folder(const std::string& path) { expect(::mkdir(path.c_str(), 0777) == 0, path); }
 
 void LocalTree::set_modified(const std::string& path, time_t modified) {
@@ -132,6 +138,11 @@ std::optional<Entry> DriveTree::find(const std::string& path) {
     return entry;
   }
   return local_ ? find_local(path) : std::nullopt;  // a link that leads nowhere
+}
+
+Entry DriveTree::examine(const std::string& path) {
+  if (std::optional<Entry> entry = find(path)) return *std::move(entry);
+  return entry_of(drive_.info(path), path);
 }
 
 // The module gives one reason for every failure to make a folder; making a file there gives the true one.

@@ -40,6 +40,8 @@ class Tree {
   virtual void list(const std::string& folder, const Visit& visit) = 0;
   // The entry at a path: of a link to a file what it leads to. Nothing only where there is certainly no entry.
   virtual std::optional<Entry> find(const std::string& path) = 0;
+  // The same where there must be one: where there is none, an exception says why.
+  virtual Entry examine(const std::string& path) = 0;
   virtual void make_folder(const std::string& path) = 0;
   virtual void set_modified(const std::string& path, time_t modified) = 0;
   virtual void move(const std::string& from, const std::string& to, const Entry& entry) = 0;
@@ -55,6 +57,7 @@ class LocalTree final : public Tree {
  public:
   void list(const std::string& folder, const Visit& visit) override;
   std::optional<Entry> find(const std::string& path) override;
+  Entry examine(const std::string& path) override;
   void make_folder(const std::string& path) override;
   void set_modified(const std::string& path, time_t modified) override;
   void move(const std::string& from, const std::string& to, const Entry& entry) override;
@@ -69,6 +72,7 @@ class DriveTree final : public Tree {
 
   void list(const std::string& folder, const Visit& visit) override;
   std::optional<Entry> find(const std::string& path) override;
+  Entry examine(const std::string& path) override;
   void make_folder(const std::string& path) override;
   void set_modified(const std::string& path, time_t modified) override;
   void move(const std::string& from, const std::string& to, const Entry& entry) override;

@@ -92,7 +92,7 @@ void Walk::each(const std::string& folder, const Tree::Visit& visit) {
 }
 
 bool Removal::remove_below(const std::string& path, const Entry& entry) {
-  if (!choose_(path, entry)) return false;
+  if (is_excluded_ && is_excluded_(entry)) return false;
   // Before the path gets too long for the system, the folder moves to a short one.
   constexpr std::size_t longest = 3000;
   if (entry.kind == Kind::folder && !dry_run_ && path.size() > std::max(longest, top_.size() + 300)) {
@@ -109,6 +109,7 @@ bool Removal::remove_below(const std::string& path, const Entry& entry) {
 bool Removal::remove_itself(const std::string& path, const Entry& entry) {
   return report_.attempt([&] {
     if (!dry_run_) walk_.tree().remove(path, entry);
+    if (removed_) removed_(path);
   });
 }
 
@@ -121,7 +122,7 @@ bool Removal::remove_content(const std::string& folder) {
 }
 
 bool Removal::remove(const std::string& path, const Entry& entry) {
-  if (!choose_(path, entry)) return false;
+  if (is_excluded_ && is_excluded_(entry)) return false;
   top_ = path;
   bool all = entry.kind != Kind::folder || remove_content(path);
   while (!lifted_.empty()) {

@@ -48,12 +48,18 @@ class Walk {
 // Removes what stands at a path, of links never what they lead to.
 class Removal {
  public:
-  using Choice = std::function<bool(const std::string& path, const Entry& entry)>;
-  // Of each entry `choose` is asked first: false keeps it, and with it the folders that it is in.
-  // A dry run asks and does nothing.
-  Removal(Tree& tree, Report& report, Choice choose, bool dry_run = false)
-      : walk_(tree), report_(report), choose_(std::move(choose)), dry_run_(dry_run) {}
-  // False where something of it stays: it failed and that was told, or it was chosen to stay.
+  // What is excluded stays, and with it the folders that it is in.
+  using Exclusion = std::function<bool(const Entry& entry)>;
+  // Hears of each entry that is gone; of each that would be in a dry run, which removes nothing.
+  using Notice = std::function<void(const std::string& path)>;
+  Removal(Tree& tree, Report& report) : walk_(tree), report_(report) {}
+  Removal(Tree& tree, Report& report, Exclusion is_excluded, Notice removed, bool dry_run)
+      : walk_(tree),
+        report_(report),
+        is_excluded_(std::move(is_excluded)),
+        removed_(std::move(removed)),
+        dry_run_(dry_run) {}
+  // False where something of it stays: it failed and that was told, or it is excluded.
   bool remove(const std::string& path, const Entry& entry);
 
  private:
@@ -63,8 +69,9 @@ class Removal {
 
   Walk walk_;
   Report& report_;
-  Choice choose_;
-  bool dry_run_;
+  Exclusion is_excluded_;
+  Notice removed_;
+  bool dry_run_ = false;
   std::string top_;
   std::vector<std::string> lifted_;  // folders too deep for a path, moved up to the top
 };

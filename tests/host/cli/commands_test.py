@@ -2,35 +2,19 @@
 import json
 import os
 import pathlib
+import pty
 import shutil
-import signal
 import subprocess
 import sys
-import tempfile
 import time
 import unittest
 
-HOST, MODULE = sys.argv[1:3]
+from tool import HOST, MODULE, ToolTest, main
+
+CENTRAL_EUROPE = "CET-1CEST,M3.5.0,M10.5.0/3"
 
 
-class Commands(unittest.TestCase):
-    def setUp(self):
-        self.folder = tempfile.mkdtemp(prefix="localdisk-host-")
-        self.addCleanup(shutil.rmtree, self.folder)
-        os.chdir(self.folder)
-
-    def write(self, name, content=b""):
-        pathlib.Path(name).parent.mkdir(parents=True, exist_ok=True)
-        pathlib.Path(name).write_bytes(content)
-
-    def host(self, *args, code=0, zone="UTC0", **options):
-        result = subprocess.run([HOST, "--module", MODULE, *args], capture_output=True, timeout=60,
-                                env={**os.environ, "TZ": zone}, **options)
-        self.assertEqual(result.returncode, code, (args, result.stdout[-2000:], result.stderr))
-        if code:  # one line that says what, where and why
-            self.assertEqual(len(result.stderr.decode(errors="replace").strip().splitlines()), 1, result.stderr)
-        return (result.stderr if code else result.stdout).decode(errors="surrogateescape")
-
+class Commands(ToolTest):
     def test_info(self):
         text = self.host("info", "--root", self.folder)
         for expected in ("protocol    localdisk\n", "auth type   0\n", "features    0x40\n", f"root        {self.folder}\n",
@@ -69,7 +53,7 @@ class Commands(unittest.TestCase):
         self.assertIn("is a folder", self.host("cat", ".", code=1))
         with open("/dev/full", "wb") as full:
             result = subprocess.run([HOST, "--module", MODULE, "cat", "f"], stdout=full, stderr=subprocess.PIPE)
-        self.assertEqual(result.returncode, 1)  # and not 130: nobody interrupted
+        self.assertEqual(result.returncode, 1)
         self.assertIn(b"No space left", result.stderr)
 
     def test_copies_with_times(self):
@@ -93,35 +77,80 @@ class Commands(unittest.TestCase):
 
     def test_copies_that_fail(self):
         self.write("f", b"abc")
-        self.write("g", b"older")
         os.mkdir("dir")
-        os.symlink("/dev/full", "full")
-        for arguments, reason in ((("get", "none", "x"), "none: no such file or folder"), (("get", "dir", "x"), "-r"),
+        for arguments, reason in ((("get", "none", "x"), "FS_ERR_NOT_FOUND (19)"), (("get", "dir", "x"), "-r"),
                                   (("put", "dir", "x"), "-r"), (("put", "none", "x"), "no such file"),
                                   (("put", "f", "none/x"), "FS_ERR_NOT_FOUND (19)"), (("get", "f", "none/x"), "none/x"),
-                                  (("put", "f", "full"), "is a device")):
-            self.assertIn(reason, self.host(*arguments, code=1))
-        self.assertEqual(sorted(os.listdir(".")), ["dir", "f", "full", "g"])
+                                  (("put", "f", "f", "x"), "no folder"), (("get", "f", "x/"), "no folder"),
+                                  (("put", "-", "dir"), "is a folder"), (("get", "dir", "-"), "is a folder")):
+            options = dict(lines=3) if arguments == ("put", "f", "f", "x") else {}
+            self.assertIn(reason, self.host(*arguments, code=1, **options))
+        self.assertEqual(sorted(os.listdir(".")), ["dir", "f"])
         self.write("loop/f", b"1")
         os.symlink(".", "loop/again")
         os.mkfifo("loop/fifo")
-        result = subprocess.run([HOST, "--module", MODULE, "get", "-r", "loop", "out"], capture_output=True, timeout=20)
-        self.assertEqual((result.returncode, sorted(os.listdir("out"))), (0, ["f"]))
-        self.assertEqual(result.stderr.count(b"passed over"), 2)
+        for command in ("get", "put"):
+            result = self.run_tool(command, "-r", "loop", command)
+            self.assertEqual((result.returncode, os.listdir(command)), (0, ["f"]))
+            self.assertEqual(result.stderr.count(b"passed over"), 2)
+            self.assertEqual(self.run_tool("-q", command, "-r", "loop", command).stderr, b"")
 
-    def test_interrupted(self):
-        with open("big", "wb") as big:
-            big.truncate(1 << 40)
-        for arguments in (("get", "big", "copy"), ("put", "big", "copy")):
-            process = subprocess.Popen([HOST, "--module", MODULE, *arguments], stderr=subprocess.PIPE)
-            deadline = time.monotonic() + 20
-            self.addCleanup(process.kill)
-            while not any(name != "big" and os.path.getsize(name) for name in os.listdir(".")):
-                self.assertLess(time.monotonic(), deadline)
-            process.send_signal(signal.SIGINT)
-            error = process.communicate(timeout=20)[1]
-            self.assertEqual((process.returncode, b"cancelled" in error), (130, True), error)
-            self.assertEqual(os.listdir("."), ["big"])  # what was copied so far is gone with its own name
+    def test_several_paths_and_streams(self):
+        self.write("a", b"first")
+        self.write("b", b"second")
+        self.host("mkdir", "x", "y")
+        for command in ("put", "get", "mv"):
+            self.host(command, "a", "b", "x")
+            self.assertEqual((self.read("x/a"), self.read("x/b")), (b"first", b"second"))
+        self.assertFalse(os.path.exists("a"))
+        self.assertEqual(self.host("cat", "x/a", "x/b"), "firstsecond")
+        self.assertEqual(self.host("get", "x/b", "-"), "second")
+        self.host("put", "-", "y/input", input=b"from a pipe")
+        self.assertEqual(self.read("y/input"), b"from a pipe")
+        self.assertIn("1 of 3 entries failed", self.host("rm", "x/a", "x/none", "x/b", code=1, lines=2))
+        self.assertEqual(os.listdir("x"), [])
+
+    def test_ls_as_people_know_it(self):
+        for name, size, when in (("b", 3000, 200), ("a", 10, 300), ("c", 500, 100), ("sub/d", 1, 50)):
+            self.write(name, bytes(size), when)
+        os.utime("sub", (400, 400))
+        names = lambda *arguments: self.host("ls", "-1", *arguments).splitlines()
+        self.assertEqual(names("."), ["a", "b", "c", "sub"])
+        self.assertEqual(names("-r", "."), ["sub", "c", "b", "a"])
+        self.assertEqual(names("-S", "a", "b", "c"), ["a", "b", "c"])
+        self.assertEqual([name for name in names("-S", ".") if name != "sub"], ["b", "c", "a"])
+        self.assertEqual(names("-t", "."), ["sub", "a", "b", "c"])
+        self.assertEqual(names("-R", "."), [".:", "a", "b", "c", "sub", "", "./sub:", "d"])
+        self.assertEqual(names("c", "sub"), ["c", "sub:", "d"])
+        self.assertEqual(self.host("ls", "b", zone=CENTRAL_EUROPE),
+                         "file             3000 1970-01-01T01:03:20+01:00  b\n")
+        self.assertIn(" 2.9 KiB ", self.host("ls", "-h", "b"))
+
+    def test_names_do_nothing_to_a_terminal(self):
+        odd = "a\x1b[31m\nb\u00fc" + os.fsdecode(b"\xff")
+        shown = "a\\x1b[31m\\x0ab\u00fc\\xff"
+        self.write(odd)
+        self.assertEqual(self.host("ls", "-1", "."), odd + "\n")
+        self.assertIn(shown + "x", self.host("cat", odd + "x", code=1))
+        master, slave = pty.openpty()
+        subprocess.run([HOST, "--module", MODULE, "ls", "-1", "."], stdout=slave, check=True)
+        os.close(slave)
+        self.assertEqual(os.read(master, 1000).decode(), shown + "\r\n")
+        os.close(master)
+
+    def test_times_are_instants(self):
+        self.write("f")
+        for zone in ("UTC0", CENTRAL_EUROPE, "EST5EDT,M3.2.0,M11.1.0", "XST-5:45"):
+            for when in (1721044800, 1705320000, 1729989000, 1729992600, -86400):
+                os.utime("f", (when, when))
+                told = json.loads(self.host("stat", "--json", "f", zone=zone))["mtime"]
+                self.assertRegex(told, r"^\d{4}-\d\d-\d\dT\d\d:\d\d:\d\dZ$")
+                self.host("touch", "f", "--modified", told, zone=zone)
+                self.assertEqual(json.loads(self.host("stat", "--json", "f", zone=zone))["mtime"], told)
+                twice = zone == CENTRAL_EUROPE and when == 1729992600
+                self.assertEqual(os.stat("f").st_mtime, when - (3600 if twice else 0))
+        os.utime("f", (1721044800, 1721044800))
+        self.assertIn("modified  2024-07-15T14:00:00+02:00\n", self.host("stat", "f", zone=CENTRAL_EUROPE))
 
     def test_changes(self):
         self.write("a/f", b"1")
@@ -134,8 +163,9 @@ class Commands(unittest.TestCase):
         self.assertEqual(sorted(os.listdir("b/a")), ["g", "link"])
         for arguments, reason in ((("mkdir", "b"), "exists already"), (("mkdir", "x/y"), "FS_ERR_NOT_FOUND"),
                                   (("mkdir", "-p", "b/a/g"), "exists already"), (("rm", "b"), "FS_ERR_OPERATION_FAILED"),
-                                  (("rm", "none"), "none: no such file or folder"), (("rm", "-r", "/"), "not for removing"),
-                                  (("mv", "none", "x"), "none: no such file or folder"), (("mv", "b", "b/c"), "into itself")):
+                                  (("rm", "none"), "FS_ERR_NOT_FOUND (19)"), (("rm", "-r", "/"), "not for removing"),
+                                  (("mv", "none", "x"), "FS_ERR_NOT_FOUND (19)"), (("mv", "b", "b/c"), "into itself"),
+                                  (("mv", "outside", "x/y"), f"{self.folder}/x: no such folder")):
             self.assertIn(reason, self.host(*arguments, code=1))
         self.host("rm", "-r", "b")
         self.host("rm", "outside/kept")
@@ -151,7 +181,22 @@ class Commands(unittest.TestCase):
             self.assertEqual(os.stat("t").st_atime, 1704063600)
             self.host("touch", "t", zone=zone)
             self.assertLess(abs(time.time() - os.stat("t").st_mtime), 3)
-        self.host("touch", "new", "--modified", "no such word", code=2)
+        for text, instant in (("1902-01-01T00:00:00Z", -2145916800), ("2400-06-01T12:00:00.5+02:00", 13582634400),
+                              ("2024-07-01 14:00:00", 1719835200), ("14 Feb 2008 20:30:45 +0100", 1203017445),
+                              ("Thu, 14 Feb 2008 20:30:45 +0100", 1203017445)):
+            self.host("touch", "t", "--modified", text, zone=CENTRAL_EUROPE)
+            self.assertEqual(os.stat("t").st_mtime, instant, text)
+        # Read exactly in any case; not every file system goes as far.
+        far = self.run_tool("touch", "t", "--modified", "2500-01-01T00:00:00Z")
+        self.assertTrue(os.stat("t").st_mtime == 16725225600 or b"can't keep that time" in far.stderr, far)
+        for text in ("noon", "last friday 5pm", "3.days.ago", "10am yesterday", "two weeks ago", "Dec 25"):
+            self.host("touch", "t", "--modified", text)
+        for text in ("no such word", "", "2024-02-30T12:00:00Z", "2024-13-01T00:00:00Z", "2024-01-01T25:00:00Z",
+                     "2024-07-01T12:00:00+2", "2024-07-01T12:00:00Zulu", "2024-03-31T02:30:00", "31 Feb 2024", "30.02.2024",
+                     "14 Feb 1950", "14 Feb 2150", "tomorrow", "next friday 5pm", "monday 5pm", "5pm foo",
+                     "an hour 5pm", "Fri, 14 Feb 2008 20:30:45 +0100"):
+            error = self.host("touch", "new", "--modified", text, code=2, zone=CENTRAL_EUROPE)
+            self.assertIn(f"'{text}'", error)
         self.assertFalse(os.path.exists("new"))
 
     def test_dates_and_settings(self):
@@ -172,20 +217,57 @@ class Commands(unittest.TestCase):
             self.write(name, os.urandom(700000))
         text = self.host("demo", ".")
         self.assertIn("written  4 files, 4 folders", text)
+        self.assertIn("again    nothing to copy", text)
         self.assertIn("no difference", text)
 
     def test_usage(self):
-        for arguments in ((), ("ls",), ("nonsense",), ("cat", "f", "--offset", "-1"), ("ls", ".", "--ignore-case")):
-            result = subprocess.run([HOST, *arguments], capture_output=True)
-            self.assertEqual(result.returncode, 2, arguments)
-            self.assertTrue(result.stderr)
-        self.assertEqual(subprocess.run([HOST, "--help"], capture_output=True).returncode, 0)
-        for module in ("none.so", "/bin/sh"):
-            result = subprocess.run([HOST, "--module", module, "info"], capture_output=True)
-            self.assertEqual((result.returncode, result.stderr.count(b"\n")), (2, 1))
+        for arguments, named in (((), "command"), (("ls",), "PATH"), (("frob",), "no command 'frob'"), (("LS", "."), "'LS'"),
+                                 (("cat", "f", "--offset", "-1"), "'-1'"), (("cat", "f", "--length", "9" * 30), "9999"),
+                                 (("ls", ".", "--ignore-case"), "--match"), (("ls", ".", "--frob"), "'--frob'"),
+                                 (("stat", "a", "b"), "'b'"), (("help", "frob"), "'frob'")):
+            error = self.host(*arguments, code=2)
+            self.assertIn(named, error)
+            self.assertLess(len(error), 200)
+        for arguments in (("--help",), ("help",), ("help", "sync"), ("--version",)):
+            self.assertTrue(self.host(*arguments))
+            with open("/dev/full", "wb") as full:
+                result = subprocess.run([HOST, *arguments], stdout=full, stderr=subprocess.PIPE)
+            self.assertEqual((result.returncode, b"No space left" in result.stderr), (1, True), arguments)
         self.write("f")
-        result = subprocess.run([HOST, "--verbose", "--module", MODULE, "put", "f", "g"], capture_output=True)
+        result = self.run_tool("--verbose", "put", "f", "g")
         self.assertIn(b"log 2: [PROTOCOL  ] Upload ", result.stderr)
 
+    def test_modules_that_are_none(self):
+        content = pathlib.Path(MODULE).read_bytes()
+        self.write("text.so", b"no module\n" * 1000)
+        self.write("empty.so")
+        for share in (2, 3, 50, 1000):
+            self.write(f"cut-{share}.so", content[:len(content) // share])
+        for module in ("none.so", "/bin/sh", "text.so", "empty.so", "cut-2.so", "cut-3.so", "cut-50.so", "cut-1000.so"):
+            result = subprocess.run([HOST, "--module", module, "info"], capture_output=True)
+            self.assertEqual((result.returncode, result.stderr.count(b"\n")), (2, 1), (module, result.stderr))
 
-unittest.main(argv=sys.argv[:1])
+        result = subprocess.run([HOST, "--module", sys.argv[3], "info"], capture_output=True)
+        self.assertEqual((result.returncode, result.stderr.count(b"\n")), (2, 1), result.stderr)
+        self.assertRegex(result.stderr, b"built for lib(c|stdc)[+][+], this host for lib(c|stdc)[+][+]")
+
+    # It offers neither utilities nor a volume, and its entries are not those of this machine.
+    @unittest.skipIf(len(sys.argv) < 5 or not sys.argv[4], "the example module isn't built")
+    def test_a_module_that_keeps_its_entries_elsewhere(self):
+        tool = lambda *arguments: subprocess.run([HOST, "--module", sys.argv[4], *arguments], capture_output=True)
+        self.write("f", b"content")
+        for arguments in (("info",), ("ls", "/"), ("put", "f", "/"), ("sync", "--dry-run", ".", "/copy"), ("put", "f", "/f"),
+                          ("touch", "/x")):
+            result = tool(*arguments)
+            self.assertEqual((result.returncode, result.stderr), (0, b""), arguments)
+        self.assertIn(b"FS_ERR_NOT_FOUND", tool("cat", "f").stderr)
+
+    def test_reasons_are_true(self):
+        os.mkdir("closed", 0o555)
+        own = dict(preexec_fn=lambda: (os.setgid(65534), os.setuid(65534))) if os.geteuid() == 0 else {}
+        os.chmod(".", 0o755)
+        self.assertIn("Permission denied", self.host("mkdir", "closed/x", code=1, **own))
+        self.assertIn("File name too long", self.host("mkdir", "n" * 256, code=1))
+
+
+main()
