@@ -79,7 +79,7 @@ class Commands(ToolTest):
         self.write("f", b"abc")
         os.mkdir("dir")
         for arguments, reason in ((("get", "none", "x"), "FS_ERR_NOT_FOUND (19)"), (("get", "dir", "x"), "-r"),
-                                  (("put", "dir", "x"), "-r"), (("put", "none", "x"), "no such file"),
+                                  (("put", "dir", "x"), "-r"), (("put", "none", "x"), "No such file"),
                                   (("put", "f", "none/x"), "FS_ERR_NOT_FOUND (19)"), (("get", "f", "none/x"), "none/x"),
                                   (("put", "f", "f", "x"), "no folder"), (("get", "f", "x/"), "no folder"),
                                   (("put", "-", "dir"), "is a folder"), (("get", "dir", "-"), "is a folder")):
