@@ -24,7 +24,7 @@ _localdisk() {
   if [[ $word == -* ]]; then
     words=$("$program" ${command:+"$command"} --help 2>/dev/null | grep -oE -e '(^|[ ,])--?[a-zA-Z0-9][a-z-]*')
   elif [[ $previous != --module && ${program##*/} == localdisk-host && (-z $command || $command == help) ]]; then
-    words=$("$program" --help 2>/dev/null | sed -n '/^Subcommands:/,/^[^ ]*$/s/^  \([a-z]*\) .*/\1/p')
+    words=$("$program" --help 2>/dev/null | sed -n '/^[Ss][Uu][Bb][A-Za-z]*:$/,/^[^ ]*$/s/^  \([a-z]*\) .*/\1/p')
   else
     local kind=-f
     [[ $previous != --module && $command =~ ^(demo|mkdir|mount|sync)$ || $previous =~ ^--(root|cache)$ ]] && kind=-d
@@ -32,7 +32,7 @@ _localdisk() {
     compopt -o filenames 2>/dev/null
     return
   fi
-  mapfile -t COMPREPLY < <(compgen -W "${words//,/ }" -- "$word")
+  mapfile -t COMPREPLY < <(compgen -W "${words//,/ }" -- "$word" | sort -u)
 }
 
 complete -F _localdisk localdisk-host localdisk-check

@@ -19,7 +19,7 @@ struct MountArguments {
 // Filled by the parser, read by the command that was chosen.
 struct Arguments {
   Request request;
-  std::string path, folder, text, root = "/", topic;
+  std::string folder, text, root = "/", topic;
   std::vector<std::string> paths;
   bool version = false, json = false, recursive = false, parents = false;
   long long offset = 0;
@@ -75,9 +75,9 @@ void add_showing_commands(CLI::App& app, Arguments& a) {
   ls.add_flag("--json", a.list.json,
               "an object a line, with times in UTC; of names that are not UTF-8 it tells the bytes too");
 
-  CLI::App& stat = add(app, a, "stat", "Describe one entry; links are followed",
-                       [&](auto& session) { return show_entry(session, a.path, a.json); });
-  stat.add_option("PATH", a.path, "the entry")->required();
+  CLI::App& stat = add(app, a, "stat", "Describe entries; links are followed",
+                       [&](auto& session) { return show_entries(session, a.paths, a.json); });
+  stat.add_option("PATH", a.paths, "the entries")->required();
   stat.add_flag("--json", a.json, "as ls does");
 
   CLI::App& cat = add(app, a, "cat", "Write files' bytes to standard output",
@@ -114,7 +114,7 @@ void add_copying_commands(CLI::App& app, Arguments& a) {
       ->take_all();
   sync.footer(
       "Copies what differs in size or modification time, in whole seconds. Links to folders, pipes and devices are\n"
-      "passed over. What TO holds through a link is not deleted.");
+      "skipped. What TO holds through a link is not deleted.");
 
   add(app, a, "demo", "Copy a folder through the module and back, and compare every byte", [&](auto& session) {
     return demo(session, a.folder);
@@ -133,9 +133,9 @@ void add_changing_commands(CLI::App& app, Arguments& a) {
   mkdir.add_option("PATH", a.paths, "the folders")->required();
   mkdir.add_flag("-p,--parents", a.parents, "with the folders above; fine when it is there already");
 
-  CLI::App& touch = add(app, a, "touch", "Set an entry's times; makes an empty file where there is none",
-                        [&](auto& session) { return host::touch(session, a.path, a.accessed, a.modified); });
-  touch.add_option("PATH", a.path, "the entry")->required();
+  CLI::App& touch = add(app, a, "touch", "Set entries' times; makes an empty file where there is none",
+                        [&](auto& session) { return host::touch(session, a.paths, a.accessed, a.modified); });
+  touch.add_option("PATH", a.paths, "the entries")->required();
   const char* const dates = "RFC 3339, or as people write dates: 'yesterday 5pm', '3 days ago'";
   touch.add_option("--accessed", a.accessed, dates);
   touch.add_option("--modified", a.modified, dates);
@@ -219,8 +219,7 @@ Request parse_arguments(int argc, char** argv) {
       "localdisk-host"};
   app.add_option("--module", a.request.module, "the module's file; the one beside this program where left out");
   app.add_flag("-v,--verbose", a.request.verbose, "print the module's log lines");
-  app.add_flag("-q,--quiet", a.request.quiet,
-               "print failures alone: no counts, no progress, not what is passed over");
+  app.add_flag("-q,--quiet", a.request.quiet, "print failures alone: no counts, no progress, not what is skipped");
   app.add_flag("--version", a.version, "print the version and exit");
   app.require_subcommand(0, 1);
   app.fallthrough();

@@ -39,7 +39,7 @@ struct Setting {
 
 int show_info(const Session& session, const std::string& root);
 int list_entries(const Session& session, const ListOptions& options);
-int show_entry(const Session& session, const std::string& path, bool json);
+int show_entries(const Session& session, const std::vector<std::string>& paths, bool json);
 int print_content(const Session& session, const std::vector<std::string>& paths, long long offset,
                   std::optional<long long> length);
 
@@ -51,7 +51,7 @@ int make_folders(const Session& session, const std::vector<std::string>& paths, 
 int remove(const Session& session, const std::vector<std::string>& paths, bool recursive);
 
 // Dates as people write them, or RFC 3339; the time that is left out stays, or both become the current one.
-int touch(const Session& session, const std::string& path, const std::optional<std::string>& accessed,
+int touch(const Session& session, const std::vector<std::string>& paths, const std::optional<std::string>& accessed,
           const std::optional<std::string>& modified);
 int show_date(const Session& session, const std::string& text);
 int show_setting(const Session& session, const Setting& setting);

@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <system_error>
+#include <utility>
 
 #include "host/client/report.h"
 
@@ -34,28 +35,41 @@ void flush_output() {
   }
 }
 
-Progress::Progress(std::string_view label, long long total, bool quiet)
-    : label_(escaped(label)), total_(total), wanted_(!quiet && ::isatty(STDERR_FILENO) == 1) {}
+Progress::Progress(bool quiet) : wanted_(!quiet && ::isatty(STDERR_FILENO) == 1) {}
 
-Progress::~Progress() {
-  if (shown_) fmt::print(stderr, "\r\x1b[K");
+void Progress::begin(std::string_view name, long long size) {
+  name_ = escaped(name);
+  current_ = 0;
+  total_ = std::max(total_, finished_ + size);
+}
+
+void Progress::finish(long long size) {
+  finished_ += size;
+  copied_ += std::exchange(current_, 0);
 }
 
 void Progress::show(long long done) {
+  current_ = done;
   const Clock::time_point now = Clock::now();
   if (!wanted_ || now < next_) return;
   next_ = now + std::chrono::milliseconds(100);
+  draw(now);
+}
+
+void Progress::draw(Clock::time_point now) {
   shown_ = true;
-  constexpr int width = 30;
-  const double share = total_ > 0 ? std::min(1.0, static_cast<double>(done) / static_cast<double>(total_)) : 1.0;
+  const auto done = static_cast<double>(std::min(finished_ + current_, total_)), total = static_cast<double>(total_);
   const double seconds = std::max(0.001, std::chrono::duration<double>(now - start_).count());
-  const double rate = static_cast<double>(done) / seconds;
-  const double left = rate > 0 ? static_cast<double>(total_ - done) / rate : 0;
-  const int filled = static_cast<int>(share * width);
-  fmt::print(stderr, "\r{:.24} [{:#<{}}{:.<{}}] {:3.0f}%  {} of {}  {}/s  {:.0f} s left\x1b[K", label_, "", filled,
-             "", width - filled, share * 100, readable_bytes(static_cast<double>(done)),
-             readable_bytes(static_cast<double>(total_)), readable_bytes(rate), left);
+  const double rate = static_cast<double>(copied_ + current_) / seconds;
+  const auto left = static_cast<long long>(done > 0 ? std::min(1e9, (total - done) * seconds / done) : 0);
+  fmt::print(stderr, "\r{:.16}  {:.0f}%  {} of {}  {}/s  {}:{:02}:{:02} left\x1b[K", name_,
+             total > 0 ? 100 * done / total : 100, readable_bytes(done), readable_bytes(total), readable_bytes(rate),
+             left / 3600, left / 60 % 60, left % 60);
   std::fflush(stderr);
+}
+
+void Progress::wipe() {
+  if (std::exchange(shown_, false)) std::fputs("\r\x1b[K", stderr);
 }
 
 }  // namespace host

@@ -111,8 +111,8 @@ bool is_one_of(const auto& names, std::string_view word) {
 }
 
 // Goes through the words and numbers of a text that the module's readers took for `instant`. They skip what they
-// don't know and carry over what is impossible, so each part must be a word with a meaning there or show in the
-// result.
+// don't know and carry over what is impossible, so each part has to be a word with a meaning there, or to show in
+// what they read.
 class Understanding {
  public:
   Understanding(const std::string& text, const std::optional<StrictDate>& strict, time_t instant)

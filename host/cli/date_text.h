@@ -9,8 +9,7 @@
 namespace host {
 
 // RFC 3339, exactly and for any year of four digits; the same without an offset by the local clock; else what the
-// module's readers make of it. UsageError says why where a text is impossible, or where only a part of it is
-// understood.
+// module's readers make of it. UsageError says why where a text is impossible or understood in part only.
 time_t read_date(const ModuleFunctions& functions, const std::string& text);
 
 }  // namespace host

@@ -46,7 +46,8 @@ bool same_content(const fs::path& first, const fs::path& second) {
 }
 
 // Compares what was copied of `original` with `copy`, which may hold nothing else, and tells each difference.
-long long count_differences(Drive& drive, const fs::path& original, const fs::path& copy) {
+long long count_differences(const Session& session, const fs::path& original, const fs::path& copy) {
+  Drive& drive = session.drive;
   long long differences = 0;
   const auto differs = [&](const fs::path& path, const char* how) {
     ++differences;
@@ -55,12 +56,13 @@ long long count_differences(Drive& drive, const fs::path& original, const fs::pa
   std::set<std::string> names;
   drive.list(copy.string(), [&](const _FS_FILE_V2& file) { names.insert(file.name); });
   drive.list(original.string(), [&](const _FS_FILE_V2& file) {
+    session.report.interrupt().throw_if_interrupted();
     const fs::path here(file.path), there = copy / file.name;
-    if (file.type == FS_TYPE_DIRECTORY ? fs::is_symlink(here) : !fs::is_regular_file(here)) return;  // passed over
+    if (file.type == FS_TYPE_DIRECTORY ? fs::is_symlink(here) : !fs::is_regular_file(here)) return;  // skipped
     if (names.erase(file.name) == 0) {
       differs(here, "was not copied");
     } else if (file.type == FS_TYPE_DIRECTORY) {
-      differences += count_differences(drive, here, there);
+      differences += count_differences(session, here, there);
     } else if (!same_content(here, there)) {
       differs(here, "came back with other content");
     } else if (drive.info(there.string()).mtime != file.mtime) {
@@ -117,8 +119,8 @@ int demo(const Session& session, const std::string& given) {
   timed_sync("written", session, Direction::up, folder, there + "/drive");
   timed_sync("again", session, Direction::up, folder, there + "/drive");
   timed_sync("read", session, Direction::down, there + "/drive", there + "/back");
-  const long long differences = count_differences(session.drive, folder, there + "/drive") +
-                                count_differences(session.drive, folder, there + "/back");
+  const long long differences =
+      count_differences(session, folder, there + "/drive") + count_differences(session, folder, there + "/back");
   if (differences != 0 || session.report.failed() != 0) {
     fmt::print("{} differences\n", differences);
     return exit_failed;

@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <cstdio>
 #include <nlohmann/json.hpp>
 
 #include "host/client/times.h"
@@ -19,10 +20,6 @@ nlohmann::ordered_json utc_or_null(const std::string& record_time) {
   return instant == -1 ? nlohmann::ordered_json() : nlohmann::ordered_json(format_utc_time(instant));
 }
 
-}  // namespace
-
-const char* type_name(int type) { return type == FS_TYPE_DIRECTORY ? "folder" : "file"; }
-
 std::string json_line(const _FS_FILE_V2& file) {
   nlohmann::ordered_json object{
       {"name", file.name}, {"path", file.path}, {"type", type_name(file.type)}, {"size", file.size}};
@@ -36,6 +33,15 @@ std::string json_line(const _FS_FILE_V2& file) {
     object["path_hex"] = hex(file.path);
     return object.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) + "\n";
   }
+}
+
+}  // namespace
+
+const char* type_name(int type) { return type == FS_TYPE_DIRECTORY ? "folder" : "file"; }
+
+void print_json(const _FS_FILE_V2& file) {
+  const std::string line = json_line(file);
+  std::fwrite(line.data(), 1, line.size(), stdout);
 }
 
 std::string local_time(const std::string& record_time) {

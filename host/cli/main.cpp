@@ -1,30 +1,24 @@
 #include <fmt/format.h>
 
-#include <array>
 #include <cstdio>
 
 #include "host/cli/arguments.h"
 #include "host/cli/console.h"
+#include "host/client/log.h"
 #include "host/client/report.h"
 
 namespace {
 
-struct ConsoleLog final : ILog {
-  void Reserved1() override {}
-  void Reserved2() override {}
-  [[gnu::format(printf, 3, 0)]] void LogV(LOGLEVEL level, const char* format, va_list arguments) override {
-    std::array<char, 1024> line{};
-    std::vsnprintf(line.data(), line.size(), format, arguments);
-    fmt::print(stderr, "log {}: {}\n", static_cast<int>(level), host::escaped(line.data()));
-  }
-};
+void print_log_line(int level, const std::string& line) {
+  std::fprintf(stderr, "log %d: %s\n", level, host::escaped(line).c_str());
+}
 
 int run(const host::Request& request, const host::InterruptGuard& interrupt) {
   if (!request.text.empty()) {
     fmt::print("{}", request.text);
     return host::exit_done;
   }
-  ConsoleLog log;
+  host::LineLog log(print_log_line);
   host::Module module(request.module);
   if (request.verbose) module.bind_logger(&log);
   host::Drive drive(module);
@@ -36,6 +30,7 @@ int run(const host::Request& request, const host::InterruptGuard& interrupt) {
 int run_to_the_end(const host::Request& request, const host::InterruptGuard& interrupt) {
   const int code = run(request, interrupt);
   host::flush_output();
+  interrupt.throw_if_interrupted();
   return code;
 }
 

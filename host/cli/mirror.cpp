@@ -59,15 +59,38 @@ bool Mirror::is_excluded(const Entry& entry) const {
   });
 }
 
+void Mirror::expect(const std::string& typed) {
+  if (!session_.report.progress().is_wanted() || rules_.dry_run) return;
+  try {
+    const std::string from = absolute_path(typed);
+    Entry entry = source().examine(from);
+    if (entry.kind == Kind::folder_link) entry.kind = Kind::folder;
+    session_.report.progress().expect(measure(from, entry));
+  } catch (const std::exception&) {  // NOLINT(bugprone-empty-catch): copying will tell
+  }
+}
+
+long long Mirror::measure(const std::string& from, const Entry& entry) {
+  session_.report.interrupt().throw_if_interrupted();
+  if (is_excluded(entry)) return 0;
+  if (entry.kind == Kind::file) return entry.size;
+  long long bytes = 0;
+  if (entry.kind == Kind::folder) {
+    source_walk_.each(from, [&](const Entry& inner) { bytes += measure(below(from, inner.name), inner); });
+  }
+  return bytes;
+}
+
 void Mirror::copy(const std::string& from, const Entry& entry, const std::string& to) {
   if (is_excluded(entry)) return;
   if (entry.kind == Kind::folder) {
     copy_folder(from, entry, to);
   } else if (entry.kind == Kind::file) {
     session_.report.attempt([&] { copy_file(from, entry, to); });
+    session_.report.progress().finish(entry.size);
   } else {
     session_.report.note(
-        fmt::format("passed over {}: {}", from, entry.kind == Kind::folder_link ? "a link to a folder" : entry.what));
+        fmt::format("skipped {}: {}", from, entry.kind == Kind::folder_link ? "a link to a folder" : entry.what));
   }
 }
 
@@ -135,7 +158,9 @@ void Mirror::copy_file(const std::string& from, const Entry& file, const std::st
 void Mirror::synchronise(const std::string& from, const Entry& folder, const std::string& to) {
   Report& report = session_.report;
   const std::optional<FileIdentity> seen = source().identity(from);
+  expect(from);
   copy_folder(from, folder, to);
+  report.progress().wipe();
   if (!rules_.deletes) return;
   const bool whole = report.attempt_more([&] {
     const std::optional<Entry> now = source().find(from);

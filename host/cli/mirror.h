@@ -23,8 +23,8 @@ struct MirrorCounts {
   long long copied = 0, bytes = 0, unchanged = 0, folders = 0, deleted = 0;
 };
 
-// Throws CommandError where both paths are the same file of this machine, or the target lies in a source that is a
-// folder.
+// Throws CommandError where both paths are the same file of this machine, or where the source is a folder in which
+// the target lies.
 void expect_apart(const Tree& source, const std::string& from, bool folder, const Tree& target,
                   const std::string& to);
 
@@ -36,6 +36,8 @@ class Mirror {
   Tree& target() { return direction_ == Direction::up ? static_cast<Tree&>(drive_) : local_; }
   Transfer& transfer() { return transfer_; }
 
+  // Tells the report how much there is to copy, where it shows that.
+  void expect(const std::string& typed);
   // Each entry that fails is told and counted by the session's report.
   void copy(const std::string& from, const Entry& entry, const std::string& to);
   // copy, and then deletes what the rules say: nothing if anything failed before.
@@ -45,6 +47,7 @@ class Mirror {
 
  private:
   [[nodiscard]] bool is_excluded(const Entry& entry) const;
+  long long measure(const std::string& from, const Entry& entry);
   bool is_same(const std::string& from, const Entry& file, const std::string& to, const Entry& there);
   void copy_folder(const std::string& from, const Entry& folder, const std::string& to);
   void copy_file(const std::string& from, const Entry& file, const std::string& to);

@@ -100,7 +100,8 @@ void Transfer::download(const std::string& path, const Entry& file, const std::s
   const std::string part = below(parent_of(local), temporary_name());
   Descriptor out(part, O_WRONLY | O_CREAT | O_EXCL, replaces ? S_IRUSR | S_IWUSR : 0666, local);
   Leftover leftover([&] { ::unlink(part.c_str()); });
-  Progress progress(file.name, file.size, report_.quiet());
+  Progress& progress = report_.progress();
+  progress.begin(file.name, file.size);
   long long done = 0;
   drive_.read(path, 0, file.size, report_.interrupt().begin_transfer(),
               [&](const unsigned char* data, std::size_t size) {
@@ -151,7 +152,8 @@ void Transfer::upload_content(int in, long long size, time_t accessed, time_t mo
     } catch (const OperationError&) {  // NOLINT(bugprone-empty-catch): the module has removed it, or never made it
     }
   });
-  Progress progress(name_of(path), size, report_.quiet());
+  Progress& progress = report_.progress();
+  progress.begin(name_of(path), size);
   try {
     drive_.upload(parent, part, size, report_.interrupt().begin_transfer(),
                   [&](unsigned char* block, std::size_t count, long long offset) {

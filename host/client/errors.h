@@ -15,8 +15,8 @@ struct ModuleError : std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-// An operation that the module refused. The text says what failed, on which path, the status and the system's
-// reason.
+// An operation that the module refused. The text says what failed and on which path, with the status and the reason
+// that the system gave.
 class OperationError : public std::runtime_error {
  public:
   OperationError(std::string_view operation, std::string_view path, int status, int reason);

@@ -66,6 +66,8 @@ Module::~Module() {
   if (logger_bound_) function<decltype(UnbindLogger)>("UnbindLogger")();
 }
 
+int Module::auth_type() const { return function<decltype(GetAuthType)>("GetAuthType")(); }
+
 void* Module::symbol(const char* name) const {
   void* const found = ::dlsym(library_.get(), name);
   if (found == nullptr) throw ModuleError(file_.string() + " does not export " + name);

@@ -24,6 +24,7 @@ class Module {
 
   [[nodiscard]] const std::filesystem::path& file() const { return file_; }
   [[nodiscard]] const std::string& protocol() const { return protocol_; }
+  [[nodiscard]] int auth_type() const;
 
   // The function of that symbol name. Decorated names are the C++ compiler's.
   template <class Signature>

@@ -2,9 +2,12 @@
 
 #include <filesystem>
 
+#include "host/client/errors.h"
+
 namespace host {
 
 std::string absolute_path(const std::string& typed) {
+  if (typed.empty()) throw CommandError("an empty path names nothing");
   std::string path = std::filesystem::absolute(typed).lexically_normal().string();
   while (path.size() > 1 && path.back() == '/') path.pop_back();
   return path;

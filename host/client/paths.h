@@ -5,7 +5,8 @@
 
 namespace host {
 
-// What the user typed as the module takes it: absolute, without ".", ".." and a separator at the end.
+// What the user typed as the module takes it: absolute, without ".", ".." and a separator at the end. CommandError
+// where it is empty.
 std::string absolute_path(const std::string& typed);
 
 // The directory and the name of a host path; the root is its own directory.

@@ -1,5 +1,5 @@
-// A module as the other C++ standard library would have made it: the name of one utility tells. Nothing of it may
-// run.
+// A module as the other C++ standard library would have made it: the name of one utility tells, and nothing of it may
+// be called.
 #include <cstdlib>
 #include <string>
 

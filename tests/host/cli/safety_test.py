@@ -1,6 +1,7 @@
 """The tool loses nothing by a slip: safety_test.py HOST MODULE SHORT_WRITES, a library that lets writes end early."""
 import os
 import pathlib
+import pty
 import resource
 import signal
 import subprocess
@@ -100,25 +101,51 @@ class Safety(ToolTest):
             for command in ("get", "put"):
                 self.write("to/big", b"older")
                 process = subprocess.Popen([HOST, "--module", MODULE, command, "big", "to"], stderr=subprocess.PIPE)
-                deadline = time.monotonic() + 20
+                deadline = time.monotonic() + 300
                 while not any(name != "big" and os.path.getsize("to/" + name) for name in os.listdir("to")):
                     self.assertLess(time.monotonic(), deadline)
                 process.send_signal(sent)
-                error = process.communicate(timeout=20)[1]
+                error = process.communicate(timeout=300)[1]
                 self.assertEqual((process.returncode, error), (130, b"localdisk-host: cancelled\n"), (sent, command))
                 self.assertEqual((os.listdir("to"), self.read("to/big")), (["big"], b"older"))
-        # While it waits for input, and while it reads for nobody.
-        for arguments in (("put", "-", "x"), ("cat", "big")):
+        # While it waits for input, and while nobody reads what it prints.
+        for number in range(1000):
+            self.write(f"many/{number}-{'n' * 240}")
+        for arguments in (("put", "-", "x"), ("cat", "big"), ("ls", "-1", "many"), ("ls", "--json", "many"),
+                          ("sync", "--dry-run", "many", "x")):
             process = subprocess.Popen([HOST, "--module", MODULE, *arguments], stdin=subprocess.PIPE,
                                        stdout=subprocess.PIPE, stderr=subprocess.PIPE)
-            time.sleep(0.3)
+            # More than a pipe holds goes in only when it reads, and something comes out only when it is at work.
+            process.stdin.write(bytes(1 << 20)) if arguments[0] == "put" else os.read(process.stdout.fileno(), 1)
             process.send_signal(signal.SIGINT)
             process.stdout.read()
-            process.wait(timeout=20)
+            process.wait(timeout=300)
             self.assertEqual(process.returncode, 130, arguments)
             for stream in (process.stdin, process.stdout, process.stderr):
                 stream.close()
         self.assertFalse(os.path.exists("x"))
+
+    def test_progress_is_of_all_there_is_and_for_terminals(self):
+        for name in ("tree/one", "tree/sub/two"):
+            self.write(name, bytes(1 << 20))
+        slow = {"LD_PRELOAD": SHORT_WRITES, "ASAN_OPTIONS": "verify_asan_link_order=0", "SLOW_WRITES": "1"}
+        for command in (("put", "-r"), ("get", "-r"), ("sync",)):
+            master, slave = pty.openpty()
+            process = subprocess.Popen([HOST, "--module", MODULE, *command, "tree", command[0]], stdout=subprocess.PIPE,
+                                       stderr=slave, env={**os.environ, **slow})
+            os.close(slave)
+            shown = b""
+            try:
+                while part := os.read(master, 1000):
+                    shown += part
+            except OSError:  # the other end is closed
+                pass
+            os.close(master)
+            process.communicate()
+            self.assertEqual(process.returncode, 0)
+            self.assertRegex(shown, rb"\rtwo  \d+%  [\d.]+ .?i?B of 2\.0 MiB  [\d.]+ .?i?B/s  \d+:\d\d:\d\d left")
+            self.assertTrue(shown.endswith(b"\r\x1b[K"), shown[-100:])
+        self.assertEqual(self.run_tool("put", "-r", "tree", "elsewhere", environment=slow).stderr, b"")
 
     def test_names_as_long_as_they_may_be(self):
         for name in ("n" * 255, "ü" * 127, "n" * 240):

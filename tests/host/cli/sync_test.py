@@ -123,7 +123,7 @@ class Sync(ToolTest):
             self.assertEqual((self.read("to/extra"), self.read("to/closed/f")), (b"keep", b"1"))
         os.chmod("from/closed", 0o755)
 
-    def test_passes_over_what_is_no_file(self):
+    def test_skips_what_is_no_file(self):
         self.write("from/f", b"1")
         self.write("to/loop/f", b"keep")
         self.write("to/pipe", b"keep")
@@ -132,7 +132,7 @@ class Sync(ToolTest):
         os.mkfifo("from/pipe")
         for arguments in self.directions:
             result = self.run_tool("sync", *arguments, "--delete", "from", "to")
-            self.assertEqual((result.returncode, result.stderr.count(b"passed over")), (0, 3), result.stderr)
+            self.assertEqual((result.returncode, result.stderr.count(b"skipped")), (0, 3), result.stderr)
             self.assertEqual(self.shape("to"), {"f": b"1", "loop": None, "loop/f": b"keep", "pipe": b"keep"})
             self.assertEqual(self.run_tool("sync", "-q", *arguments, "from", "to").stderr, b"")
 

@@ -26,7 +26,7 @@ class ToolTest(unittest.TestCase):
         return pathlib.Path(name).read_bytes()
 
     def run_tool(self, *args, zone="UTC0", environment={}, **options):
-        return subprocess.run([HOST, "--module", MODULE, *args], capture_output=True, timeout=60,
+        return subprocess.run([HOST, "--module", MODULE, *args], capture_output=True, timeout=600,
                               env={**os.environ, "TZ": zone, **environment}, **options)
 
     # What the tool says: on standard output, or on standard error where it fails. A failure has `lines` lines.

@@ -68,7 +68,10 @@ class Listing {
     };
     sort(rows);
     sort(records);
-    for (const Row& row : rows) print_row(row);
+    for (const Row& row : rows) {
+      session_.report.interrupt().throw_if_interrupted();
+      print_row(row);
+    }
     for (const _FS_FILE_V2& record : records) print_json(record);
     std::sort(folders.begin(), folders.end());
     for (const std::string& name : folders) print_below(below(path, name), title);
@@ -81,11 +84,6 @@ class Listing {
       const std::optional<Entry> entry = tree_.find(folder);
       if (entry && entry->kind == Kind::folder) print_folder(folder, below(title, name_of(folder)));
     });
-  }
-
-  static void print_json(const _FS_FILE_V2& file) {
-    const std::string line = json_line(file);
-    std::fwrite(line.data(), 1, line.size(), stdout);
   }
 
   void print_row(const Row& row) const {

@@ -10,8 +10,8 @@ namespace host {
 namespace {
 
 std::string counted(const MirrorCounts& counts) {
-  return fmt::format("{} files, {} folders, {}", counts.copied, counts.folders,
-                     readable_bytes(static_cast<double>(counts.bytes)));
+  return fmt::format("{} {}, {} {}, {}", counts.copied, counts.copied == 1 ? "file" : "files", counts.folders,
+                     counts.folders == 1 ? "folder" : "folders", readable_bytes(static_cast<double>(counts.bytes)));
 }
 
 // A target that is a folder receives the source under its name; what is there already must let itself be replaced.
@@ -47,6 +47,7 @@ void copy_one(Mirror& mirror, const std::string& typed, const std::string& targe
 int copy_all(const Session& session, const CopyOptions& options, Direction direction) {
   Mirror mirror(session, direction);
   const std::string& target = options.paths.back();
+  for (std::size_t at = 0; at + 1 < options.paths.size(); ++at) mirror.expect(options.paths[at]);
   for (std::size_t at = 0; at + 1 < options.paths.size(); ++at) {
     session.report.attempt_whole([&] { copy_one(mirror, options.paths[at], target, options); });
   }

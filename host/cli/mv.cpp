@@ -1,4 +1,4 @@
-// mv, mkdir and rm.
+// mv
 #include <fmt/format.h>
 
 #include "host/cli/commands.h"
@@ -34,48 +34,12 @@ void move_one(DriveTree& drive, const std::string& typed, const std::string& tar
   drive.move(path, place, entry);
 }
 
-void make_folder(DriveTree& drive, const std::string& path, bool parents) {
-  const std::optional<Entry> there = drive.find(path);
-  if (there && (!parents || !is_folder(*there))) throw CommandError(fmt::format("{} exists already", path));
-  if (there) return;
-  if (parents) make_folder(drive, parent_of(path), true);
-  drive.make_folder(path);
-}
-
 }  // namespace
 
 int move(const Session& session, const std::vector<std::string>& paths) {
   DriveTree drive(session.module, session.drive);
   for (std::size_t at = 0; at + 1 < paths.size(); ++at) {
     session.report.attempt([&] { move_one(drive, paths[at], paths.back(), paths.size() > 2); });
-  }
-  return session.report.finish();
-}
-
-int make_folders(const Session& session, const std::vector<std::string>& paths, bool parents) {
-  DriveTree drive(session.module, session.drive);
-  for (const std::string& path : paths) {
-    session.report.attempt([&] { make_folder(drive, absolute_path(path), parents); });
-  }
-  return session.report.finish();
-}
-
-int remove(const Session& session, const std::vector<std::string>& paths, bool recursive) {
-  DriveTree drive(session.module, session.drive);
-  Removal removal(drive, session.report);
-  for (const std::string& typed : paths) {
-    const std::string path = absolute_path(typed);
-    Entry entry;
-    const bool found = session.report.attempt_whole([&] {
-      if (path == "/") throw CommandError("the root of this machine is not for removing");
-      entry = drive.examine(path);
-    });
-    if (!found) continue;
-    if (recursive) {
-      removal.remove(path, entry);
-    } else {
-      session.report.attempt([&] { drive.remove(path, entry); });
-    }
   }
   return session.report.finish();
 }
