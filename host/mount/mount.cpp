@@ -9,11 +9,12 @@
 #include <cstring>
 #include <vector>
 
+#include "host/client/executable.h"
 #include "host/client/report.h"
 #include "host/mount/options.h"
 
 #if defined(__APPLE__)
-#include <mach-o/dyld.h>
+extern "C" char** environ;  // which no header declares there
 #endif
 
 namespace host {
@@ -22,17 +23,6 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr const char* program_name = "localdisk-mount";
-
-fs::path executable() {
-#if defined(__APPLE__)
-  char path[4096] = {};
-  std::uint32_t size = sizeof path;
-  return ::_NSGetExecutablePath(path, &size) == 0 ? fs::path(path) : fs::path();
-#else
-  std::error_code unknown;
-  return fs::read_symlink("/proc/self/exe", unknown);
-#endif
-}
 
 // Beside this program, where it is built, or in the folder of the installed module; empty where it is in neither.
 fs::path find_program() {
