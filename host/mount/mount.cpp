@@ -1,12 +1,14 @@
 #include "host/mount/mount.h"
 
-#include <fcntl.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
+#include <memory>
+#include <string>
 #include <vector>
 
 #include "host/client/executable.h"
@@ -41,12 +43,12 @@ std::vector<char*> argument_list(std::vector<std::string>& arguments) {
   return list;
 }
 
-// A program whose libraries are missing is ended by the loader, after lines about its files: none of them is shown.
-bool starts(const fs::path& program) {
+// Starts the program with its standard error at that descriptor and waits for its end.
+bool starts(const fs::path& program, int standard_error) {
   std::vector<std::string> arguments{program.string(), start_check};
   posix_spawn_file_actions_t actions{};
   if (::posix_spawn_file_actions_init(&actions) != 0) return false;
-  ::posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
+  ::posix_spawn_file_actions_adddup2(&actions, standard_error, STDERR_FILENO);
   pid_t child = 0;
   char* const* const environment = environ;
   const int failed =
@@ -60,6 +62,21 @@ bool starts(const fs::path& program) {
   return WIFEXITED(status) && WEXITSTATUS(status) == exit_done;
 }
 
+// The library that the program lacks, empty where it starts. The loader, which ends a program whose libraries are
+// missing, names it in lines about files, of which nothing else is shown; releases of a system may have it by another
+// number.
+std::string missing_library(const fs::path& program) {
+  const std::unique_ptr<std::FILE, int (*)(std::FILE*)> said(std::tmpfile(), &std::fclose);
+  if (starts(program, said ? ::fileno(said.get()) : STDERR_FILENO)) return {};
+  char text[1024] = {};
+  if (said) {
+    std::rewind(said.get());
+    text[std::fread(text, 1, sizeof text - 1, said.get())] = '\0';
+  }
+  const char* const name = std::strstr(text, "libfuse");
+  return name == nullptr ? "libfuse 3" : std::string(name, std::strcspn(name, ": '\"\n"));
+}
+
 }  // namespace
 
 int mount(const MountOptions& options) {
@@ -70,8 +87,8 @@ int mount(const MountOptions& options) {
         "Ubuntu: libfuse3-dev and fuse3)");
     return exit_usage;
   }
-  if (!starts(program)) {
-    print_error("mounting needs libfuse 3: install it (Debian and Ubuntu: the package fuse3)");
+  if (const std::string missing = missing_library(program); !missing.empty()) {
+    print_error("mounting needs " + missing + ": install it (Debian and Ubuntu: the package fuse3)");
     return exit_usage;
   }
   std::vector<std::string> arguments = arguments_of(options);
