@@ -14,6 +14,7 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 #include "host/mount/open_file.h"
@@ -131,6 +132,7 @@ class NodeTable {
   std::condition_variable changed_;
   unsigned waiting_ = 0;
   Node root_;
+  std::unordered_set<Node*> removed_;  // nodes without a place, which nothing else leads to
 };
 
 }  // namespace host

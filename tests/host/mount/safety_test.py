@@ -70,8 +70,6 @@ class Mount:
         except subprocess.TimeoutExpired:
             self.process.kill()
             code = self.process.wait(10)
-        if code not in (0, -how):
-            print(f"ended with {code}:", self.said(), file=sys.stderr)
         if is_mounted(self.point):
             unmount(self.point)
         return code
@@ -87,14 +85,16 @@ class DriveCase(unittest.TestCase):
         self.drive = self.base / "drive"
 
     def tearDown(self):
+        unexpected = []
         for mount in self.mounts:
-            if mount.process.poll() is None:
-                mount.end()
+            if mount.process.poll() is None and mount.end() != 0:
+                unexpected.append(mount.said())
             if is_mounted(mount.point):
                 unmount(mount.point)
             mount.out.close()
         for volume in self.volumes:
             subprocess.run(["umount", "-l", str(volume)], check=False, timeout=20)
+        self.assertEqual(unexpected, [])
 
     def mount(self, name="drive"):
         self.mounts.append(Mount(self.root, self.base / name, self.cache))
@@ -107,6 +107,10 @@ class DriveCase(unittest.TestCase):
         if subprocess.run(command, stderr=subprocess.DEVNULL, check=False, timeout=20).returncode != 0:
             self.skipTest("not allowed to mount a tmpfs")
         self.volumes.append(folder)
+
+    def ends_with(self, code, mount):
+        """Whatever it said shows what was wrong, reports of sanitizers too."""
+        self.assertEqual(mount.end(), code, mount.said())
 
     def kill(self, mount):
         mount.end(signal.SIGKILL)
@@ -178,7 +182,7 @@ class WholeFiles(DriveCase):
                 self.assertEqual((os.fstat(removed.fileno()).st_size, os.fstat(removed.fileno()).st_nlink), (size, 0))
                 self.assertEqual((removed.read(), old.read()), (b"r" * size, b"o" * size))
         self.assertEqual(sorted(os.listdir(self.drive)), sorted(f"replaced{size}" for size in sizes))
-        self.assertEqual(self.mounts[0].end(), 0)
+        self.ends_with(0, self.mounts[0])
         self.expect_no_leftovers()
 
     def test_names_like_those_of_hidden_files_are_names(self):
@@ -208,7 +212,7 @@ class WholeFiles(DriveCase):
         self.refused(errno.ENOSPC, os.rename, self.drive / "tmp", self.drive / "conf")
         self.assertEqual((self.root / "conf").read_bytes(), b"old")
         self.refused(errno.ENOSPC, os.close, file)
-        self.assertEqual(mount.end(), 1)
+        self.ends_with(1, mount)
         self.assertEqual((self.root / "conf").read_bytes(), b"old")
         self.assertEqual(self.rescued("tmp"), [b"x" * 3_000_000])
 
@@ -254,7 +258,7 @@ class WholeFiles(DriveCase):
         again = self.mount("again")
         self.assertIn("moved/report", again.said())
         self.assertEqual(self.rescued("moved/report"), [b"work of a day"])
-        self.assertEqual(again.end(), 0)
+        self.ends_with(0, again)
         self.expect_no_leftovers()
         self.assertEqual(self.rescued("moved/report"), [b"work of a day"])
 
@@ -267,7 +271,7 @@ class WholeFiles(DriveCase):
             os.truncate(content, 0)
         self.refused(errno.EIO, os.close, file)
         self.assertEqual((self.root / "file").read_bytes(), b"old")
-        mount.end()
+        self.ends_with(1, mount)
 
 
 class Sharing(DriveCase):
@@ -318,7 +322,7 @@ class NoRefusals(DriveCase):
                 self.refused(errno.EOPNOTSUPP, os.open, self.drive / name, flags)
             self.refused(errno.EOPNOTSUPP, os.truncate, self.drive / name, 5)
         self.assertEqual((self.drive / "empty").read_bytes(), b"")
-        self.assertEqual(mount.end(), 0)
+        self.ends_with(0, mount)
 
     def test_nothing_is_left_of_removed_files_below_a_replaced_folder(self):
         mount = self.mount()
@@ -424,7 +428,7 @@ class NoRefusals(DriveCase):
 
         mount = self.mount()
         before = numbers()
-        self.assertEqual(mount.end(), 0)
+        self.ends_with(0, mount)
         self.mount()
         self.assertEqual(numbers(), before)
 
@@ -437,10 +441,27 @@ class NoRefusals(DriveCase):
             next(listing)
             reader.read(1)
             writer.write(b"newer")
-            self.assertEqual(mount.end(), 0)
+            self.ends_with(0, mount)
             with contextlib.suppress(OSError):
                 writer.close()
         self.assertEqual((self.root / "written").read_bytes(), b"newer")
+
+    def test_end_leaves_nothing_of_removed_files_that_programs_have_open(self):
+        for name in ("removed", "replaced"):
+            (self.root / name).write_bytes(b"o" * 3_000_000)
+        (self.root / "new").write_bytes(b"n")
+        (self.root / "folder").mkdir()
+        mount = self.mount()
+        with os.scandir(self.drive / "folder") as listing, open(self.drive / "removed", "rb") as removed, \
+                open(self.drive / "replaced", "rb") as replaced:
+            next(listing, None)
+            os.rmdir(self.drive / "folder")
+            os.unlink(self.drive / "removed")
+            os.rename(self.drive / "new", self.drive / "replaced")
+            self.assertEqual(len(removed.read()) + len(replaced.read()), 6_000_000)
+            self.ends_with(0, mount)
+        self.assertEqual([path.name for path in self.root.iterdir()], ["replaced"])
+        self.assertEqual(list(self.cache.iterdir()), [])
 
 
 def main():
