@@ -1,10 +1,10 @@
 #!/usr/bin/env python3
 """Compares the mounted drive with bindfs, a plain pass-through drive, and both with the folder itself.
 
-  drive.py LOCALDISK-HOST [--quick]
+  drive.py LOCALDISK-HOST [--quick] [WORD ...]
 
-Prints a table of ratios. Each is of the best of three times (one with --quick), the sides taking turns. Work of the lowest
-priority keeps the processors awake meanwhile: small requests would mostly wait for a sleeping one.
+Prints a table of ratios, of the rows whose name contains one of the words, if any are given. Each is of the best of three
+times (one with --quick), the sides taking turns. Work of the lowest priority keeps the processors awake meanwhile: small requests would mostly wait for a sleeping one.
 """
 
 import math
@@ -20,6 +20,7 @@ from pathlib import Path
 HOST = os.path.abspath(sys.argv[1])
 QUICK = "--quick" in sys.argv
 ROUNDS = 1 if QUICK else 3
+WORDS = [word for word in sys.argv[2:] if not word.startswith("--")]
 LARGE = (64 if QUICK else 512) << 20
 SMALL, MANY = (400, 4000) if QUICK else (2000, 20000)
 BLOCK = b"0123456789abcdef" * (1 << 16)
@@ -173,6 +174,8 @@ def measure(sides):
     print("| work | bindfs ÷ plain | drive ÷ plain | drive ÷ bindfs |\n|---|---|---|---|", flush=True)
     products = []
     for name, work, prepare in rows(sides):
+        if WORDS and not any(word in name for word in WORDS):
+            continue
         best = {side: math.inf for side in sides.folders}
         for _ in range(ROUNDS):
             for side, folder in sides.folders.items():

@@ -9,6 +9,7 @@
 #include "host/client/report.h"
 #include "host/mount/cache.h"
 #include "host/mount/drive_files.h"
+#include "host/mount/end_signals.h"
 #include "host/mount/fuse_session.h"
 #include "host/mount/messages.h"
 #include "host/mount/rooted_drive.h"
@@ -86,6 +87,7 @@ int run_drive(Drive& drive, const MountOptions& options, bool is_local) {
   expect_apart(options, is_local);
   const fs::path cache_parent = options.cache.empty() ? default_cache_folder() : options.cache;
   expect_cache_apart(cache_parent, options, is_local);
+  const EndSignals signals;
   RootedDrive rooted(drive, options.root);
   if (!options.read_only) take_over(rooted, cache_parent, options.root);
   CacheFolder cache(cache_parent);
@@ -102,7 +104,7 @@ int run_drive(Drive& drive, const MountOptions& options, bool is_local) {
     session.detach();
     tell_syslog();
   }
-  const bool good = session.serve();
+  const bool good = session.serve(signals);
 
   const auto rescued = files.flush_all();
   for (const auto& file : rescued) {

@@ -39,17 +39,19 @@ def unmount(point):
 class Mount:
     """A mounted drive in this process's hands."""
 
-    def __init__(self, root, point, cache):
+    def __init__(self, root, point, cache, waits=True):
         self.point, self.out = point, open(f"{point}.out", "a+", encoding="utf-8")
         point.mkdir(exist_ok=True)
         command = [HOST, "mount", "--foreground", "--cache", str(cache), "--root", str(root), str(point)]
         self.process = subprocess.Popen(command, stdout=self.out, stderr=self.out)
-        for _ in range(200):
+        if not waits:
+            return
+        for _ in range(3000):
             if is_mounted(point):
                 return
             if self.process.poll() is not None:
                 break
-            time.sleep(0.02)
+            time.sleep(0.01)
         raise OSError("not mounted: " + self.said())
 
     def __enter__(self):
@@ -96,8 +98,8 @@ class DriveCase(unittest.TestCase):
             subprocess.run(["umount", "-l", str(volume)], check=False, timeout=20)
         self.assertEqual(unexpected, [])
 
-    def mount(self, name="drive"):
-        self.mounts.append(Mount(self.root, self.base / name, self.cache))
+    def mount(self, name="drive", waits=True):
+        self.mounts.append(Mount(self.root, self.base / name, self.cache, waits))
         return self.mounts[-1]
 
     def volume(self, folder, size):
@@ -445,6 +447,21 @@ class NoRefusals(DriveCase):
             with contextlib.suppress(OSError):
                 writer.close()
         self.assertEqual((self.root / "written").read_bytes(), b"newer")
+
+    def test_ends_at_any_moment_of_its_start(self):
+        for i in range(24):
+            mount = self.mount(waits=False)
+            if i % 2 == 0:  # the moment it shows
+                while not is_mounted(self.drive) and mount.process.poll() is None:
+                    pass
+            else:
+                time.sleep(i * 0.001)
+            mount.process.terminate()
+            code = mount.process.wait(60)
+            # Before there is anything to undo the signal just ends the process.
+            self.assertIn(code, (0,) if i % 2 == 0 else (0, 130, -signal.SIGTERM), mount.said())
+            self.assertFalse(is_mounted(self.drive))
+            self.assertEqual(list(self.cache.iterdir()), [])
 
     def test_end_leaves_nothing_of_removed_files_that_programs_have_open(self):
         for name in ("removed", "replaced"):
