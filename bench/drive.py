@@ -129,6 +129,7 @@ def rows(sides):
 
     def warm_after(work):
         def prepare(side):
+            pages_of(sides, side)
             work(sides.folders[side])
             time.sleep(0 if side == "plain" else IDLE)
             work(sides.folders[side])
@@ -146,7 +147,7 @@ def rows(sides):
         ("read %d MiB, cold" % (LARGE >> 20), read_large, lambda side: pages_of(sides, side)),
         ("read %d MiB, warm" % (LARGE >> 20), read_large, warm_after(read_large)),
         (f"create {SMALL} small files", create_small, lambda _side: shutil.rmtree(sides.root / "small", ignore_errors=True)),
-        (f"read {SMALL} small files", read_small, lambda _side: None),
+        (f"read {SMALL} small files", read_small, lambda _side: ensure_small(sides)),
         (f"remove {SMALL} small files", remove_small, lambda _side: ensure_small(sides)),
         (f"ls -lR of {MANY}, cold", listing, cold),
         (f"ls -lR of {MANY}, warm", listing, lambda side: listing(sides.folders[side])),
@@ -158,6 +159,8 @@ def rows(sides):
 def pages_of(sides, side):
     """Forgets the pages of the mounted file alone: the folder's own stay, so that the disk is not what is measured."""
     target = sides.folders[side] / "large"
+    if not (sides.root / "large").exists():
+        write_large(sides.root)
     number = os.open(target, os.O_RDONLY)
     if side != "plain":
         os.posix_fadvise(number, 0, 0, os.POSIX_FADV_DONTNEED)

@@ -191,8 +191,9 @@ void NodeTable::detach_locked(Node& node) {
   node.is_removed = true;
 }
 
-void NodeTable::detach(Node& node, std::uint64_t number) {
+void NodeTable::detach(Node& node, std::uint64_t number, Gone how) {
   const std::lock_guard lock(lock_);
+  node.is_replaced = how == Gone::replaced;
   node.removed_number = number;
   detach_locked(node);
 }
