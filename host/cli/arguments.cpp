@@ -190,6 +190,8 @@ void add_utility_commands(CLI::App& app, Arguments& a) {
 void add_mount_command(CLI::App& app, Arguments& a) {
   MountArguments& m = a.mount;
   CLI::App& mount = add(app, a, "mount", "Mount a folder as a drive, for any program to work on", [&](auto& session) {
+    let_signals_end_the_process();
+    session.report.interrupt().throw_if_interrupted();  // by one that came before
     return host::mount({session.module.file(), absolute_path(m.root), absolute_path(m.mount_point), m.cache,
                         m.read_only, m.foreground, a.request.verbose});
   });

@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <cstring>
 #include <memory>
@@ -78,6 +79,13 @@ std::string missing_library(const fs::path& program) {
 }
 
 }  // namespace
+
+void let_signals_end_the_process() {
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+    struct sigaction now {};
+    if (::sigaction(signal, nullptr, &now) == 0 && now.sa_handler != SIG_IGN) std::signal(signal, SIG_DFL);
+  }
+}
 
 int mount(const MountOptions& options) {
   const fs::path program = find_program();
