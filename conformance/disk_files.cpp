@@ -204,7 +204,8 @@ CONFORMANCE_CHECK(disk, "change.instants",
                   FS_OK);
     struct stat status {};
     need(::stat(file.c_str(), &status) == 0, "examine a file");
-    expect_equal(fmt::format("The access time set in the zone {}", row.zone), access_time(status).tv_sec, row.accessed);
+    expect_equal(fmt::format("The access time set in the zone {}", row.zone), access_time(status).tv_sec,
+                 row.accessed);
     expect_equal(fmt::format("The modification time set in the zone {}", row.zone), modification_time(status).tv_sec,
                  row.modified);
     expect_equal("The fraction of a second set by SetFileTime", modification_time(status).tv_nsec, 0);
