@@ -205,6 +205,13 @@ class WholeFiles(DriveCase):
         self.kill(mount)
         self.assertEqual((self.root / "conf").read_bytes(), b"new settings")
 
+    def test_a_new_file_whose_times_are_set_before_it_is_written_is_its_own(self):
+        self.mount()
+        with open(self.drive / "file", "wb", buffering=0) as file:
+            os.utime(file.fileno(), (1000, 1000))
+            file.write(b"content")
+        self.assertEqual({path.name: path.read_bytes() for path in self.root.iterdir()}, {"file": b"content"})
+
     def test_rename_of_what_a_full_disk_does_not_take_fails(self):
         self.volume(self.root, "2m")
         (self.root / "conf").write_bytes(b"old")
