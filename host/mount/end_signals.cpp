@@ -53,6 +53,13 @@ EndSignals::EndSignals() {
 
 EndSignals::~EndSignals() { on_each(SIG_IGN); }
 
+void EndSignals::leave_to_others() {
+  sigset_t signals;
+  ::sigemptyset(&signals);
+  for (const int signal : end_signals) ::sigaddset(&signals, signal);
+  ::pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+}
+
 void EndSignals::ask_for_end() const { tell(waking_.get(), for_the_end); }
 void EndSignals::wake() const { tell(waking_.get(), for_a_look); }
 

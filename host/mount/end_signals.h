@@ -17,6 +17,9 @@ class EndSignals {
   EndSignals(const EndSignals&) = delete;
   EndSignals& operator=(const EndSignals&) = delete;
 
+  // The calling thread leaves the signals to others, so that no call of its work is interrupted.
+  static void leave_to_others();
+
   void ask_for_end() const;
   void wake() const;
   // Until the end is asked for, someone wakes it, or the time is over. Answers whether the end was asked for, once.

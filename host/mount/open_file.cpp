@@ -92,6 +92,7 @@ void OpenFile::resize(const std::string& path, long long size) {
 
 void OpenFile::set_times(const std::string& path, const NewTimes& times) {
   const ContentLock lock(content_lock_);
+  made_at_ = {};  // not as it was made any more
   if (!is_cached()) return drive_.set_times(path, times);
   const std::lock_guard state(state_lock_);
   seen_.accessed = times.accessed.value_or(seen_.accessed);

@@ -84,6 +84,7 @@ void RequestLoop::rest() {
 }
 
 void RequestLoop::serve(Worker& self) {
+  EndSignals::leave_to_others();
   Buffer request;
   while (!is_ending_ && answer_next(self, request)) {
     if (is_one_too_many()) rest();
