@@ -21,7 +21,7 @@ if(NOT EXISTS "${LOCALDISK_MACOS_SDK}/usr/include")
 endif()
 file(REAL_PATH "${LOCALDISK_MACOS_SDK}" sdk)
 
-find_program(LOCALDISK_CLANG_PATH NAMES "${LOCALDISK_CLANG}" clang++ REQUIRED)
+find_program(LOCALDISK_CLANG_PATH NAMES "${LOCALDISK_CLANG}" clang++-19 clang++ REQUIRED)
 file(REAL_PATH "${LOCALDISK_CLANG_PATH}" clang)
 cmake_path(GET clang PARENT_PATH llvm_tools)
 

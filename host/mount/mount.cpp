@@ -92,7 +92,7 @@ int mount(const MountOptions& options) {
   if (program.empty()) {
     print_error(
         "mounting needs the program localdisk-mount, which was not installed: build with libfuse 3 (Debian and "
-        "Ubuntu: libfuse3-dev and fuse3)");
+        "Ubuntu: libfuse3-dev and fuse3; macOS: macFUSE)");
     return exit_usage;
   }
   if (const std::string missing = missing_library(program); !missing.empty()) {
