@@ -1,5 +1,5 @@
-// The host's side of the boundary, declared afresh: whoever builds a host has the contract, not the module's
-// headers.
+// The host's side of the boundary, declared afresh: who builds a host has the contract and no header of
+// the module's.
 #pragma once
 
 #include <cstdarg>

@@ -1,4 +1,4 @@
-// What goes wrong outside: full disks, no descriptors, entries and content that change, signals, extreme paths and
+// What goes wrong outside: full disks, no descriptors, entries and content that change, signals, extreme paths,
 // ranges.
 #include <fcntl.h>
 #include <signal.h>

@@ -4,6 +4,6 @@
 
 #include <string>
 
-// Why the loaded module and this program can't exchange texts, in one sentence; empty when they can, or when nothing
-// tells.
+// Why the loaded module and this program can't exchange texts, in one sentence; empty when they can, or when it
+// can't be told.
 std::string standard_library_mismatch(void* library);

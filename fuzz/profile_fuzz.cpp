@@ -1,5 +1,4 @@
-// Lines: section, key, then a profile file. What is read is a value of the file or the default, whole and in its
-// room.
+// Lines: section, key, then a profile file. What is read is a value of the file or the default, whole.
 #include <sys/mman.h>
 #include <unistd.h>
 

@@ -10,7 +10,7 @@
 
 namespace fault_injection {
 
-// False where a checker has taken the functions over already.
+// False where a sanitizer has taken the functions over already.
 bool can_be_made();
 
 // While it lives, allocation number `at` of this thread, from 1, finds no memory; with `for_good`, all after it too.

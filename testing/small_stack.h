@@ -15,7 +15,7 @@ constexpr bool stack_is_checked = __has_feature(address_sanitizer) || __has_feat
 constexpr bool stack_is_checked = false;
 #endif
 constexpr std::size_t small_stack_size =
-    (stack_is_checked ? 1024UL : 256UL) * 1024;  // the checkers' own share is large
+    (stack_is_checked ? 1024UL : 256UL) * 1024;  // the sanitizers' own share is large
 
 inline void run_in_small_stack(std::function<void()> body) {
   pthread_attr_t attributes;

@@ -13,11 +13,11 @@
 // last dot, or up to the end once it starts behind the last dot. (An attempt that is already past the end of the name
 // gains nothing from this, but it only ever succeeds where every other attempt does too.) So two positions say all
 // about the attempts that arrive at a run: the earliest one not behind the last dot, and the earliest one behind it.
-// The expression is thus walked through once, and each stretch between two runs is tried at each position of the name
+// The expression is thus walked through once, and each segment between two runs is tried at each position of the name
 // at most once.
 //
 // Most of these tries are known to fail beforehand and left out, which makes usual expressions three times as fast: a
-// last stretch of fixed width can only start where it ends with the name, and one that begins with a character of its
+// last segment of fixed width can only start where it ends with the name, and one that begins with a character of its
 // own only where the name has that character.
 
 namespace {
@@ -28,7 +28,7 @@ int upper(char c) {
   return code < 0 ? code : std::toupper(code);
 }
 
-constexpr std::size_t nowhere = static_cast<std::size_t>(-1);
+constexpr std::size_t npos = static_cast<std::size_t>(-1);
 
 // The positions of the name from `first` to `last`; none if they are the other way round.
 struct Range {
@@ -37,15 +37,15 @@ struct Range {
 };
 using Starts = std::array<Range, 2>;  // in ascending order
 
-// The earliest positions at which the attempts to walk a stretch ended.
+// The earliest positions at which the attempts to walk a segment ended.
 struct Arrival {
-  std::size_t up_to_last_dot = nowhere;
-  std::size_t behind_last_dot = nowhere;
+  std::size_t up_to_last_dot = npos;
+  std::size_t behind_last_dot = npos;
   std::size_t earliest() const { return std::min(up_to_last_dot, behind_last_dot); }
 };
 
 Range range(std::size_t first, std::size_t last) {
-  return first == nowhere ? Range{} : Range{first, std::max(first, last)};
+  return first == npos ? Range{} : Range{first, std::max(first, last)};
 }
 
 template <class Char>
@@ -59,52 +59,52 @@ class Matcher {
 
   bool fits(const Char* expression) const {
     Starts starts{Range{0, 0}};
-    for (const Char* stretch = expression;;) {
-      const Char* run = stretch;
-      while (!ends_stretch(*run)) ++run;
-      if (*run == '\0') return reaches_end(stretch, run, starts);
+    for (const Char* segment = expression;;) {
+      const Char* run = segment;
+      while (!ends_segment(*run)) ++run;
+      if (*run == '\0') return reaches_end(segment, run, starts);
 
-      const Arrival arrival = arrive(stretch, starts, /*earliest_is_enough=*/*run == '*');
-      if (arrival.earliest() == nowhere) return false;
+      const Arrival arrival = arrive(segment, starts, /*earliest_is_enough=*/*run == '*');
+      if (arrival.earliest() == npos) return false;
       if (*run == '*' && run[1] == '\0') return true;
       starts = *run == '*' ? Starts{range(arrival.earliest(), length_)}
                            : Starts{range(arrival.up_to_last_dot, behind_last_dot_ - 1),
                                     range(arrival.behind_last_dot, length_)};
-      stretch = run + 1;
+      segment = run + 1;
     }
   }
 
  private:
   using Traits = std::char_traits<Char>;
 
-  static bool ends_stretch(Char c) { return c == '\0' || c == '*' || c == '<'; }
+  static bool ends_segment(Char c) { return c == '\0' || c == '*' || c == '<'; }
   static bool may_stay(Char c) { return c == '"' || c == '>'; }
-  static bool is_special(Char c) { return ends_stretch(c) || may_stay(c) || c == '?'; }
+  static bool is_special(Char c) { return ends_segment(c) || may_stay(c) || c == '?'; }
 
-  bool reaches_end(const Char* stretch, const Char* end, const Starts& starts) const {
-    if (std::any_of(stretch, end, may_stay)) return reaches_end_somehow(stretch, starts);
-    const auto width = static_cast<std::size_t>(end - stretch);
+  bool reaches_end(const Char* segment, const Char* end, const Starts& starts) const {
+    if (std::any_of(segment, end, may_stay)) return tail_matches(segment, starts);
+    const auto width = static_cast<std::size_t>(end - segment);
     if (width > length_) return false;
     const std::size_t j = length_ - width;
     const auto holds = [j](const Range& tried) { return tried.first <= j && j <= tried.last; };
-    return (holds(starts[0]) || holds(starts[1])) && walk(stretch, j) == length_;
+    return (holds(starts[0]) || holds(starts[1])) && walk(segment, j) == length_;
   }
 
-  bool reaches_end_somehow(const Char* stretch, const Starts& starts) const {
+  bool tail_matches(const Char* segment, const Starts& starts) const {
     for (const Range& tried : starts) {
       for (std::size_t j = tried.first; j <= tried.last; ++j) {
-        if (walk(stretch, j) == length_) return true;
+        if (walk(segment, j) == length_) return true;
       }
     }
     return false;
   }
 
-  Arrival arrive(const Char* stretch, const Starts& starts, bool earliest_is_enough) const {
+  Arrival arrive(const Char* segment, const Starts& starts, bool earliest_is_enough) const {
     Arrival arrival;
     for (const Range& tried : starts) {
-      for (std::size_t j = next_try(*stretch, tried.first); j <= tried.last; j = next_try(*stretch, j + 1)) {
-        const std::size_t end = walk(stretch, j);
-        if (end == nowhere) continue;
+      for (std::size_t j = next_try(*segment, tried.first); j <= tried.last; j = next_try(*segment, j + 1)) {
+        const std::size_t end = walk(segment, j);
+        if (end == npos) continue;
         std::size_t& first = end < behind_last_dot_ ? arrival.up_to_last_dot : arrival.behind_last_dot;
         first = std::min(first, end);
         if (earliest_is_enough || end >= behind_last_dot_) return arrival;
@@ -113,17 +113,17 @@ class Matcher {
     return arrival;
   }
 
-  // The first position from `j` on at which a stretch that begins with `c` may fit.
+  // The first position from `j` on at which a segment that begins with `c` may fit.
   std::size_t next_try(Char c, std::size_t j) const {
     if (is_special(c) || ignore_case_) return j;
     const Char* const found = j < length_ ? Traits::find(name_ + j, length_ - j, c) : nullptr;
-    return found == nullptr ? nowhere : static_cast<std::size_t>(found - name_);
+    return found == nullptr ? npos : static_cast<std::size_t>(found - name_);
   }
 
-  // The position after the stretch if it starts at `j`, or nowhere if it does not fit. All positions behind the end
+  // The position after the segment if it starts at `j`, or npos if it does not fit. All positions behind the end
   // of the name are alike and count as the first of them.
   std::size_t walk(const Char* at, std::size_t j) const {
-    for (; !ends_stretch(*at); ++at) {
+    for (; !ends_segment(*at); ++at) {
       const bool inside = j < length_;
       if (*at == '"') {
         j += inside && name_[j] == '.' ? 1 : 0;
@@ -133,7 +133,7 @@ class Matcher {
         const bool on_last_dot = j + 1 == behind_last_dot_;
         if (*at == '?' || !on_last_dot) j = std::min(j, length_) + 1;
       } else {
-        if (!inside || !same(*at, name_[j])) return nowhere;
+        if (!inside || !same(*at, name_[j])) return npos;
         ++j;
       }
     }

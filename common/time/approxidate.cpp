@@ -28,8 +28,7 @@ struct Reading {
   int number = 0;  // a count whose meaning is still open
 };
 
-// Completes the date with what `now` has, and gives its instant. A month without a year is the latest one of that
-// name.
+// Completes the date with what `now` has, and gives its instant. A month without a year is the latest such one.
 time_t complete(atm& date, const atm& now) noexcept {
   if (date.tm_mday < 0) date.tm_mday = now.tm_mday;
   if (date.tm_mon < 0) date.tm_mon = now.tm_mon;

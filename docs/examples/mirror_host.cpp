@@ -176,8 +176,7 @@ class Mirror {
     return std::move(collector.entries);
   }
 
-  // Delete takes files, empty folders and links to them. So only a folder that it refuses is entered, and never a
-  // link.
+  // Delete takes files, empty folders and links to them. So only a folder that it refuses is entered, no link.
   void remove(_FS_FILE_V2& entry, int depth) {
     const int answer = drive_.Delete(&entry, nullptr);
     if (answer == FS_OK) return;

@@ -41,8 +41,7 @@ Descriptor lock_folder(const fs::path& folder) {
   return lock;
 }
 
-// Rescued content keeps its path; where it can't, for its length or because another is in the way, it keeps its
-// number.
+// Rescued content keeps its path; where it can't, for its length or because another is there, its number.
 fs::path put_under(const fs::path& rescue, const std::string& drive_path, unsigned long number,
                    const std::function<void(const fs::path&)>& put) {
   fs::path place = rescue / fs::path(drive_path).relative_path();

@@ -64,8 +64,7 @@ bool starts(const fs::path& program, int standard_error) {
 }
 
 // The library that the program lacks, empty where it starts. The loader, which ends a program whose libraries are
-// missing, names it in lines about files, of which nothing else is shown; releases of a system may have it by another
-// number.
+// missing, names it in lines about files, of which nothing else is shown; its number differs from release to release.
 std::string missing_library(const fs::path& program) {
   const std::unique_ptr<std::FILE, int (*)(std::FILE*)> said(std::tmpfile(), &std::fclose);
   if (starts(program, said ? ::fileno(said.get()) : STDERR_FILENO)) return {};

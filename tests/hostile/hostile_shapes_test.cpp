@@ -29,7 +29,7 @@
 
 namespace {
 
-constexpr std::size_t kMega = stack_is_checked ? 100'000 : 1'000'000;  // the checkers take their time
+constexpr std::size_t mega = stack_is_checked ? 100'000 : 1'000'000;  // the sanitizers take their time
 
 std::string repeated(std::string_view part, std::size_t size) {
   std::string text;
@@ -47,7 +47,7 @@ struct Shape {
 std::string same(std::string& text) { return text; }
 std::wstring wide_same(std::wstring& text) { return text; }
 
-const Shape kShapes[] = {
+const Shape shapes[] = {
     {"StarsAgainstALongName",
      [] {
        for (const char* part : {"*a", "<a", "*?", "*>", "<\"", "**"}) {
@@ -59,35 +59,35 @@ const Shape kShapes[] = {
     {"LongAddresses",
      [] {
        for (const char* part : {"a", "a.", "a_", ".", "@", "_", "a@b."})
-         EXPECT_FALSE(is_email_valid(repeated(part, kMega) + "@"));
-       EXPECT_TRUE(is_email_valid(repeated("a", kMega) + "@" + repeated("b.", kMega) + "c"));
+         EXPECT_FALSE(is_email_valid(repeated(part, mega) + "@"));
+       EXPECT_TRUE(is_email_valid(repeated("a", mega) + "@" + repeated("b.", mega) + "c"));
      }},
     {"LongTextsTrimmedAndReplaced",
      [] {
-       std::string blank = repeated(" ", 10 * kMega), text = repeated("ab", 10 * kMega);
+       std::string blank = repeated(" ", 10 * mega), text = repeated("ab", 10 * mega);
        EXPECT_TRUE(trim(blank).empty());
        replace_all(text, "a", "cc");
-       EXPECT_EQ(text.size(), 15 * kMega);
+       EXPECT_EQ(text.size(), 15 * mega);
        replace_all(text, repeated("c", 5000) + "d", "");  // nearly there at every position
-       std::string nearly = repeated("a", 10 * kMega);
-       replace_all(nearly, repeated("a", kMega) + "b", "");
-       EXPECT_EQ(nearly.size(), 10 * kMega);
+       std::string nearly = repeated("a", 10 * mega);
+       replace_all(nearly, repeated("a", mega) + "b", "");
+       EXPECT_EQ(nearly.size(), 10 * mega);
      }},
     {"LongTextsCut",
      [] {
-       const std::string text = repeated("a,", 10 * kMega);
-       EXPECT_EQ(split(text, std::regex(",")).size(), 5 * kMega);
+       const std::string text = repeated("a,", 10 * mega);
+       EXPECT_EQ(split(text, std::regex(",")).size(), 5 * mega);
        EXPECT_EQ(split(repeated(" ", 500), std::regex("\\s+")).size(), 1U);  // more would need more stack
-       EXPECT_EQ(tokenize(text, ',', same).size(), 5 * kMega);
-       EXPECT_EQ(tokenize(text, ",a", same).size(), 5 * kMega);
-       EXPECT_EQ(split_delim(text, repeated(",.;", 300), same).size(), 5 * kMega);
-       EXPECT_EQ(tokenize(s2ws(text), L',', wide_same).size(), 5 * kMega);
+       EXPECT_EQ(tokenize(text, ',', same).size(), 5 * mega);
+       EXPECT_EQ(tokenize(text, ",a", same).size(), 5 * mega);
+       EXPECT_EQ(split_delim(text, repeated(",.;", 300), same).size(), 5 * mega);
+       EXPECT_EQ(tokenize(s2ws(text), L',', wide_same).size(), 5 * mega);
      }},
     {"LongTextsEncoded",
      [] {
-       const std::string text = repeated("z\xC3\x9F\xE2\x82\xAC\xF0\x9D\x84\x9E", 10 * kMega);
+       const std::string text = repeated("z\xC3\x9F\xE2\x82\xAC\xF0\x9D\x84\x9E", 10 * mega);
        EXPECT_EQ(ws2s(s2ws(text)), text);
-       EXPECT_GT(URLEncode(text.c_str(), true).size(), 20 * kMega);
+       EXPECT_GT(URLEncode(text.c_str(), true).size(), 20 * mega);
        EXPECT_NE(base64(reinterpret_cast<const unsigned char*>(text.data()), text.size()), nullptr);
        EXPECT_NE(base64(reinterpret_cast<const unsigned char*>("a"), 1), nullptr);  // gives the long text back
        EXPECT_EQ(string_format("%s%*d", text.c_str(), 1000, 1).size(), text.size() + 1000);
@@ -95,7 +95,7 @@ const Shape kShapes[] = {
     {"LongPaths",
      [] {
        for (const char* part : {"/", "/..", "/.", "\\x", "/x/..", "x/"}) {
-         const std::string path = repeated(part, 10 * kMega);
+         const std::string path = repeated(part, 10 * mega);
          EXPECT_LE(ToExactPath(path.c_str()).size(), path.size());
          std::free(normalize_path(path.c_str(), path.size()));
          EXPECT_LE(remove_duplicated_slashes(path).size(), path.size());
@@ -105,7 +105,7 @@ const Shape kShapes[] = {
     {"LongDates",
      [] {
        for (const char* part : {"9", "1-", "1:", "monday ", "2 years ago ", "+1 ", "@", "\xFF", "-", "1.1.1 "}) {
-         const std::string text = repeated(part, kMega);
+         const std::string text = repeated(part, mega);
          timeval instant{};
          tm fields{};
          int offset = 0;
@@ -118,8 +118,8 @@ const Shape kShapes[] = {
     {"ProfileWithoutALineEnd",
      [] {
        const TemporaryFolder folder;
-       const std::string file = folder.write("p", "[s]\nk=v\n[t]\n" + repeated("x", 10 * kMega));
-       std::filesystem::resize_file(file, 100 * kMega);
+       const std::string file = folder.write("p", "[s]\nk=v\n[t]\n" + repeated("x", 10 * mega));
+       std::filesystem::resize_file(file, 100 * mega);
        EXPECT_EQ(GetPrivateProfileInt("t", "k", 7, file), 0U);
        EXPECT_EQ(GetPrivateProfileInt("t", "k", 7, folder.path()), 0U);  // a folder opens, but has nothing to read
      }},
@@ -130,7 +130,7 @@ class HostileShape : public testing::TestWithParam<Shape> {};
 TEST_P(HostileShape, EndsSoonInLittleStack) {
   run_in_small_stack(GetParam().meet);  // what doesn't end soon is ended by the runner
 }
-INSTANTIATE_TEST_SUITE_P(Each, HostileShape, testing::ValuesIn(kShapes),
+INSTANTIATE_TEST_SUITE_P(Each, HostileShape, testing::ValuesIn(shapes),
                          [](const auto& row) { return row.param.name; });
 
 // What never ends is read for ever, as the comment says, but in no more memory: only the limit ends it.

@@ -31,16 +31,16 @@
 
 namespace {
 
-const std::string kText = "one, two, three, and so on, longer than any string keeps within itself";
-const std::wstring kWide(kText.begin(), kText.end());
-const std::regex kComma(", ");  // made here, for the making of an expression is its library's affair
-const std::string kNone = "nothing";
+const std::string sample_text = "one, two, three, and so on, longer than any string keeps within itself";
+const std::wstring wide_text(sample_text.begin(), sample_text.end());
+const std::regex comma(", ");  // made here, for the making of an expression is its library's affair
+const std::string nothing_given = "nothing";
 
 std::string same(std::string& text) { return text; }
 std::wstring wide_same(std::wstring& text) { return text; }
 
 std::string owned(char* text) {
-  if (text == nullptr) return kNone;
+  if (text == nullptr) return nothing_given;
   const fault_injection::Pause pause;
   std::string copy(text);
   std::free(text);
@@ -63,34 +63,35 @@ std::vector<Utility> utilities(const std::string& profile) {
   return {
       {"TimeToRFC3339", [] { return TimeToRFC3339(1); }},
       {"AdjustServerTimeOffset", [] { return AdjustServerTimeOffset("2021-07-01T12:00:00.000Z"); }},
-      {"NoAdjustServerTimeOffset", [] { return NoAdjustServerTimeOffset(kText.c_str()); }},
+      {"NoAdjustServerTimeOffset", [] { return NoAdjustServerTimeOffset(sample_text.c_str()); }},
       {"RFC3339ToTM", [] { return std::to_string(RFC3339ToTM("2021-07-01T12:00:00.000Z")); }},
       {"RFC3339ToLocalTM", [] { return std::to_string(RFC3339ToLocalTM("2021-07-01T12:00:00Z")); }},
       {"convert_last_modified", [] { return convert_last_modified_to_rfc3339("Thu, 14 Feb 2008 20:30:45 +0100"); }},
-      {"string_format", [] { return string_format("%s", kText.c_str()); }},
-      {"wstring_format", [] { return std::to_string(wstring_format(L"%ls", kWide.c_str()).size()); }},
-      {"split", [] { return std::to_string(split(kText, kComma).size()); }},
-      {"split_delim", [] { return std::to_string(split_delim(kText, ", ", same).size()); }},
-      {"tokenize", [] { return std::to_string(tokenize(kText, ", ", same).size()); }},
-      {"tokenize_wide", [] { return std::to_string(tokenize(kWide, L',', wide_same).size()); }},
+      {"string_format", [] { return string_format("%s", sample_text.c_str()); }},
+      {"wstring_format", [] { return std::to_string(wstring_format(L"%ls", wide_text.c_str()).size()); }},
+      {"split", [] { return std::to_string(split(sample_text, comma).size()); }},
+      {"split_delim", [] { return std::to_string(split_delim(sample_text, ", ", same).size()); }},
+      {"tokenize", [] { return std::to_string(tokenize(sample_text, ", ", same).size()); }},
+      {"tokenize_wide", [] { return std::to_string(tokenize(wide_text, L',', wide_same).size()); }},
       {"join",
        [] {
-         return join({kText, kText}, kText);
+         return join({sample_text, sample_text}, sample_text);
        }},
-      {"s2ws", [] { return std::to_string(s2ws(kText).size()); }},
-      {"ws2s", [] { return ws2s(kWide); }},
-      {"URLEncode", [] { return URLEncode(kText.c_str(), true); }},
+      {"s2ws", [] { return std::to_string(s2ws(sample_text).size()); }},
+      {"ws2s", [] { return ws2s(wide_text); }},
+      {"URLEncode", [] { return URLEncode(sample_text.c_str(), true); }},
       {"NewUUID", [] { return std::to_string(NewUUID().size()); }},
-      {"is_email_valid", [] { return std::to_string(int{is_email_valid(kText)}); }},
+      {"is_email_valid", [] { return std::to_string(int{is_email_valid(sample_text)}); }},
       {"base64",
        [] {
-         const char* const text = base64(reinterpret_cast<const unsigned char*>(kText.data()), kText.size());
-         return text != nullptr ? std::string(text) : kNone;
+         const char* const text =
+             base64(reinterpret_cast<const unsigned char*>(sample_text.data()), sample_text.size());
+         return text != nullptr ? std::string(text) : nothing_given;
        },
-       kNone},
-      {"normalize_path", [] { return owned(normalize_path(kText.data(), kText.size())); }, kNone},
-      {"ToExactPath", [] { return ToExactPath(kText.c_str()); }},
-      {"path_texts", [] { return ensure_ends_with_divider(remove_duplicated_slashes(kText)); }},
+       nothing_given},
+      {"normalize_path", [] { return owned(normalize_path(sample_text.data(), sample_text.size())); }, nothing_given},
+      {"ToExactPath", [] { return ToExactPath(sample_text.c_str()); }},
+      {"path_texts", [] { return ensure_ends_with_divider(remove_duplicated_slashes(sample_text)); }},
       {"GetCurrentPath", [] { return GetCurrentPath(); }, ""},
       {"GetPrivateProfileString", [profile] { return profile_text(profile); }},
       {"GetPrivateProfileInt", [profile] { return std::to_string(GetPrivateProfileInt("s", "n", 7, profile)); }},
@@ -111,10 +112,10 @@ std::string outcome(const Utility& utility) {
 }
 
 TEST(ShortMemory, IsReportedAndLeaksNothing) {
-  if (!fault_injection::can_be_made()) GTEST_SKIP() << "a checker has its own allocator";
+  if (!fault_injection::can_be_made()) GTEST_SKIP() << "a sanitizer has its own allocator";
   const ScopedZone zone("UTC0");
   const TemporaryFolder folder;
-  const std::string file = folder.write("p", "[s]\nk=" + kText + "\nn=5\n");
+  const std::string file = folder.write("p", "[s]\nk=" + sample_text + "\nn=5\n");
   for (const Utility& utility : utilities(file)) {
     SCOPED_TRACE(utility.name);
     const std::string usual = outcome(utility);
@@ -141,14 +142,14 @@ TEST(ShortMemory, IsReportedAndLeaksNothing) {
 }
 
 TEST(ShortMemory, LeavesTheReplacedTextAsItWas) {
-  if (!fault_injection::can_be_made()) GTEST_SKIP() << "a checker has its own allocator";
+  if (!fault_injection::can_be_made()) GTEST_SKIP() << "a sanitizer has its own allocator";
   fault_injection::for_each_allocation([](int at, bool for_good) {
-    std::string text = kText;
+    std::string text = sample_text;
     try {
       const fault_injection::FailAllocation short_of(at, for_good);
-      replace_all(text, "o", kText);
+      replace_all(text, "o", sample_text);
     } catch (const std::bad_alloc&) {
-      EXPECT_EQ(text, kText);
+      EXPECT_EQ(text, sample_text);
     }
     return fault_injection::FailAllocation::triggered();
   });

@@ -63,7 +63,7 @@ TEST(CommandDeathTest, ThrowsWhenNothingCanBeStarted) {
     try {
       pexec("echo started");
     } catch (const std::runtime_error& error) {
-      ::setrlimit(RLIMIT_NOFILE, &limit);  // checkers want descriptors of their own to look at the error
+      ::setrlimit(RLIMIT_NOFILE, &limit);  // sanitizers want descriptors of their own to look at the error
       ::_exit(error.what() == std::string("popen() failed!") ? 0 : 1);
     }
   };

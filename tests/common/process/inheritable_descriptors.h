@@ -15,8 +15,7 @@ inline int inheritable_descriptors() {
   return count;
 }
 
-// How many more there are while `reader` waits for content of the named pipe `pipe`, which then gets
-// `content`.
+// How many more there are while `reader` waits for content of the pipe `pipe`, which then gets `content`.
 inline int inheritable_while(std::function<void()> reader, const std::string& pipe, const std::string& content) {
   ::mkfifo(pipe.c_str(), 0600);
   const int before = inheritable_descriptors();

@@ -39,7 +39,7 @@ TEST(Base64, IsNullWithoutAText) {
   const unsigned char byte = 'a';
   EXPECT_EQ(base64(nullptr, 1), nullptr);
   EXPECT_NE(base64(&byte, 1), nullptr);
-  EXPECT_EQ(base64(&byte, 0), nullptr);          // and the text before is gone: the leak checker looks
+  EXPECT_EQ(base64(&byte, 0), nullptr);          // and the text before is gone: the leak sanitizer looks
   EXPECT_EQ(base64(&byte, ULONG_MAX), nullptr);  // longer than any memory
 }
 

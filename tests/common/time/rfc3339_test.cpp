@@ -11,8 +11,8 @@
 
 namespace {
 
-constexpr time_t kJanuaryNoon = 1610712000;  // 2021-01-15 12:00:00 UTC
-constexpr time_t kJulyNoon = 1625140800;     // 2021-07-01 12:00:00 UTC
+constexpr time_t january_noon = 1610712000;  // 2021-01-15 12:00:00 UTC
+constexpr time_t july_noon = 1625140800;     // 2021-07-01 12:00:00 UTC
 
 tm fields(int year, int month, int day, int hour, int minute, int second) {
   tm t{};
@@ -82,16 +82,16 @@ TEST(Rfc3339, ReadsTextAsLocalStandardTime) {
     time_t utc;
   };
   for (const auto& [text, utc] : std::to_array<Row>({
-           {"2021-07-01T12:00:00.000Z", kJulyNoon},
-           {"2021-7-1T12:0:0", kJulyNoon},
-           {"2021-07-01T12:00:00.999999+05:00", kJulyNoon},
-           {" +2021- 07-\t01T\n12: 00: +00", kJulyNoon},
-           {"2021-07-01 12:00:00", kJulyNoon - 12 * 3600},  // reading stops at the blank
-           {"2021-07-01t12:00:00", kJulyNoon - 12 * 3600},
-           {"2021-07-01T12:00", kJulyNoon},
-           {"2021-07-01T12:", kJulyNoon},
-           {"2021-06-30T36:00:00", kJulyNoon},
-           {"2021-07-01T13:-60:00", kJulyNoon},
+           {"2021-07-01T12:00:00.000Z", july_noon},
+           {"2021-7-1T12:0:0", july_noon},
+           {"2021-07-01T12:00:00.999999+05:00", july_noon},
+           {" +2021- 07-\t01T\n12: 00: +00", july_noon},
+           {"2021-07-01 12:00:00", july_noon - 12 * 3600},  // reading stops at the blank
+           {"2021-07-01t12:00:00", july_noon - 12 * 3600},
+           {"2021-07-01T12:00", july_noon},
+           {"2021-07-01T12:", july_noon},
+           {"2021-06-30T36:00:00", july_noon},
+           {"2021-07-01T13:-60:00", july_noon},
            {"2021-07", 1625011200},  // day 0 of July
        })) {
     for (const auto& [zone, east, summer] : std::to_array<std::tuple<const char*, long, long>>(
@@ -108,7 +108,7 @@ TEST(Rfc3339, ReadsTextAsLocalStandardTime) {
 
 TEST(Rfc3339, ReadsItsOwnTextBackAnHourLateInSummer) {
   const ScopedZone berlin(berlin_zone);
-  for (const auto& [instant, late] : {std::pair{kJanuaryNoon, 0}, {kJulyNoon, 3600}}) {
+  for (const auto& [instant, late] : {std::pair{january_noon, 0}, {july_noon, 3600}}) {
     tm local{};
     ::localtime_r(&instant, &local);
     EXPECT_EQ(RFC3339ToTM(TMToRFC3339(&local).c_str()), instant + late);
@@ -136,8 +136,8 @@ TEST(ServerClock, ShiftsByTheStandardOffset) {
            {new_york_zone, "2021-01-15T07:00:00.000Z", "2021-07-01T07:00:00.000Z", "2021-01-15T22:00:00.000Z"},
        })) {
     const ScopedZone scoped(row.zone);
-    EXPECT_EQ(AdjustOffsetForServerTime(kJanuaryNoon), row.forward_january) << row.zone;
-    EXPECT_EQ(AdjustOffsetForServerTime(kJulyNoon), row.forward_july) << row.zone;
+    EXPECT_EQ(AdjustOffsetForServerTime(january_noon), row.forward_january) << row.zone;
+    EXPECT_EQ(AdjustOffsetForServerTime(july_noon), row.forward_july) << row.zone;
     EXPECT_EQ(AdjustServerTimeOffset("2021-01-15T12:00:00"), row.back) << row.zone;
     for (const long no_year : {LONG_MIN, LONG_MAX}) EXPECT_EQ(AdjustOffsetForServerTime(no_year), "") << row.zone;
   }
