@@ -238,8 +238,6 @@ std::optional<Described> DriveFiles::entry_of(FolderHandle& handle, const Folder
   return enter(handle.node, entry.name, below(hold.path(), entry.name), cached.value_or(entry.attributes));
 }
 
-void DriveFiles::close_folder(std::unique_ptr<FolderHandle> handle) { handle.reset(); }
-
 std::uint64_t DriveFiles::number_of_removed(const std::string& path) {
   return number_of_path(fmt::format("{}/removed/{}", path, ++removed_));
 }

@@ -89,7 +89,6 @@ class DriveFiles {
   void read_folder(FolderHandle& handle);
   // An entry of the listing with its node, or nothing where what was listed may be older than what was done since.
   std::optional<Described> entry_of(FolderHandle& handle, const FolderHandle::Entry& entry);
-  void close_folder(std::unique_ptr<FolderHandle> handle);
 
   void remove_file(Node& folder, const std::string& name);
   void remove_folder(Node& folder, const std::string& name);

@@ -22,13 +22,11 @@ Node& node_of(fuse_req_t request, fuse_ino_t number) {
   return number == FUSE_ROOT_ID ? files(request).table().root() : *reinterpret_cast<Node*>(number);
 }
 
-// What libfuse keeps for us from open to release.
-FileHandle& file_of(const fuse_file_info& info) { return *reinterpret_cast<FileHandle*>(info.fh); }
-FolderHandle& folder_of(const fuse_file_info& info) { return *reinterpret_cast<FolderHandle*>(info.fh); }
+FileHandle& file_of(const fuse_file_info& info) { return OpenHandles<FileHandle>::at(info.fh); }
+FolderHandle& folder_of(const fuse_file_info& info) { return OpenHandles<FolderHandle>::at(info.fh); }
 
-template <class Handle>
-void hand_out(std::unique_ptr<Handle> handle, fuse_file_info& info) {
-  info.fh = reinterpret_cast<std::uint64_t>(handle.release());
+void close_file(fuse_req_t request, const fuse_file_info& info) {
+  files(request).close(context(request).open_files.release(info.fh));
 }
 
 // Runs one operation, which replies where it succeeds; what it throws becomes the errno of the reply.
@@ -165,8 +163,8 @@ void on_open(fuse_req_t request, fuse_ino_t number, fuse_file_info* info) {
   answer(request, [&] {
     std::unique_ptr<FileHandle> handle = files(request).open(node_of(request, number), info->flags);
     set_up(*handle, *info);
-    hand_out(std::move(handle), *info);
-    if (::fuse_reply_open(request, info) != 0) files(request).close(std::unique_ptr<FileHandle>(&file_of(*info)));
+    info->fh = context(request).open_files.keep(std::move(handle));
+    if (::fuse_reply_open(request, info) != 0) close_file(request, *info);
   });
 }
 
@@ -174,10 +172,10 @@ void on_create(fuse_req_t request, fuse_ino_t folder, const char* name, mode_t /
   answer(request, [&] {
     DriveFiles::Created created = files(request).create(node_of(request, folder), name, info->flags);
     set_up(*created.handle, *info);
-    hand_out(std::move(created.handle), *info);
+    info->fh = context(request).open_files.keep(std::move(created.handle));
     const fuse_entry_param parameters = entry_of(created.entry);
     if (::fuse_reply_create(request, &parameters, info) == 0) return;
-    files(request).close(std::unique_ptr<FileHandle>(&file_of(*info)));
+    close_file(request, *info);
     files(request).table().forget(*created.entry.node, 1);
   });
 }
@@ -220,7 +218,7 @@ void on_fsync(fuse_req_t request, fuse_ino_t /*number*/, int /*data_only*/, fuse
 
 void on_release(fuse_req_t request, fuse_ino_t /*number*/, fuse_file_info* info) {
   answer(request, [&] {
-    files(request).close(std::unique_ptr<FileHandle>(&file_of(*info)));
+    close_file(request, *info);
     ::fuse_reply_err(request, 0);
   });
 }
@@ -230,8 +228,8 @@ void on_opendir(fuse_req_t request, fuse_ino_t number, fuse_file_info* info) {
     Node& node = node_of(request, number);
     info->cache_readdir = 1;
     info->keep_cache = files(request).keeps_listing(node) ? 1 : 0;
-    hand_out(files(request).open_folder(node), *info);
-    if (::fuse_reply_open(request, info) != 0) std::unique_ptr<FolderHandle>(&folder_of(*info)).reset();
+    info->fh = context(request).open_folders.keep(files(request).open_folder(node));
+    if (::fuse_reply_open(request, info) != 0) context(request).open_folders.release(info->fh);
   });
 }
 
@@ -314,8 +312,10 @@ void on_readdirplus(fuse_req_t request, fuse_ino_t /*number*/, size_t size, off_
 }
 
 void on_releasedir(fuse_req_t request, fuse_ino_t /*number*/, fuse_file_info* info) {
-  std::unique_ptr<FolderHandle>(&folder_of(*info)).reset();
-  ::fuse_reply_err(request, 0);
+  answer(request, [&] {
+    context(request).open_folders.release(info->fh);
+    ::fuse_reply_err(request, 0);
+  });
 }
 
 void on_unlink(fuse_req_t request, fuse_ino_t folder, const char* name) {

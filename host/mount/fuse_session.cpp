@@ -24,7 +24,7 @@ struct ConfigReleaser {
 }  // namespace
 
 FuseSession::FuseSession(DriveFiles& files, const std::string& root, const std::string& mount_point, bool read_only)
-    : context_{files, Descriptor(::open(root.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC))} {
+    : context_{.files = files, .disk = Descriptor(::open(root.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC))} {
   const fuse_lowlevel_ops operations = request_handlers();
   fuse_args arguments = FUSE_ARGS_INIT(0, nullptr);
   const std::unique_ptr<fuse_args, ArgumentsReleaser> released(&arguments);

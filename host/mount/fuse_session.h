@@ -5,6 +5,7 @@
 #include <string>
 
 #include "host/mount/drive_files.h"
+#include "host/mount/open_handles.h"
 
 struct fuse_session;
 
@@ -14,6 +15,8 @@ namespace host {
 struct RequestContext {
   DriveFiles& files;
   Descriptor disk;  // the root folder, where it is one of this machine: what fsync brings to the disk
+  OpenHandles<FileHandle> open_files{};
+  OpenHandles<FolderHandle> open_folders{};
 };
 
 // Mounted from construction to destruction. A mount that fails throws CommandError.

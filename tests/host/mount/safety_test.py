@@ -6,6 +6,7 @@
 Each case works on a drive of its own. Exit code 77, with the reason, where the drive can't be mounted here.
 """
 
+import contextlib
 import errno
 import os
 import shutil
@@ -69,6 +70,8 @@ class Mount:
         except subprocess.TimeoutExpired:
             self.process.kill()
             code = self.process.wait(10)
+        if code not in (0, -how):
+            print(f"ended with {code}:", self.said(), file=sys.stderr)
         if is_mounted(self.point):
             unmount(self.point)
         return code
@@ -424,6 +427,20 @@ class NoRefusals(DriveCase):
         self.assertEqual(mount.end(), 0)
         self.mount()
         self.assertEqual(numbers(), before)
+
+    def test_ends_while_programs_have_files_open(self):
+        (self.root / "folder").mkdir()
+        (self.root / "read").write_bytes(b"older")
+        mount = self.mount()
+        with os.scandir(self.drive) as listing, open(self.drive / "read", "rb") as reader, \
+                open(self.drive / "written", "wb", buffering=0) as writer:
+            next(listing)
+            reader.read(1)
+            writer.write(b"newer")
+            self.assertEqual(mount.end(), 0)
+            with contextlib.suppress(OSError):
+                writer.close()
+        self.assertEqual((self.root / "written").read_bytes(), b"newer")
 
 
 def main():
