@@ -1,10 +1,10 @@
 #!/usr/bin/env python3
 """Compares the mounted drive with bindfs, a plain pass-through drive, and both with the folder itself.
 
-  drive.py LOCALDISK-HOST [--quick]
+  drive.py LOCALDISK-HOST [--quick] [WORD ...]
 
-Prints a table of ratios. Each is of the best of three times (one with --quick), the sides taking turns. Work of the lowest
-priority keeps the processors awake meanwhile: small requests would mostly wait for a sleeping one.
+Prints a table of ratios, of the rows whose name contains one of the words, if any are given. Each is of the best of three
+times (one with --quick), the sides taking turns. Work of the lowest priority keeps the processors awake meanwhile: small requests would mostly wait for a sleeping one.
 """
 
 import math
@@ -20,6 +20,7 @@ from pathlib import Path
 HOST = os.path.abspath(sys.argv[1])
 QUICK = "--quick" in sys.argv
 ROUNDS = 1 if QUICK else 3
+WORDS = [word for word in sys.argv[2:] if not word.startswith("--")]
 LARGE = (64 if QUICK else 512) << 20
 SMALL, MANY = (400, 4000) if QUICK else (2000, 20000)
 BLOCK = b"0123456789abcdef" * (1 << 16)
@@ -128,6 +129,7 @@ def rows(sides):
 
     def warm_after(work):
         def prepare(side):
+            pages_of(sides, side)
             work(sides.folders[side])
             time.sleep(0 if side == "plain" else IDLE)
             work(sides.folders[side])
@@ -145,7 +147,7 @@ def rows(sides):
         ("read %d MiB, cold" % (LARGE >> 20), read_large, lambda side: pages_of(sides, side)),
         ("read %d MiB, warm" % (LARGE >> 20), read_large, warm_after(read_large)),
         (f"create {SMALL} small files", create_small, lambda _side: shutil.rmtree(sides.root / "small", ignore_errors=True)),
-        (f"read {SMALL} small files", read_small, lambda _side: None),
+        (f"read {SMALL} small files", read_small, lambda _side: ensure_small(sides)),
         (f"remove {SMALL} small files", remove_small, lambda _side: ensure_small(sides)),
         (f"ls -lR of {MANY}, cold", listing, cold),
         (f"ls -lR of {MANY}, warm", listing, lambda side: listing(sides.folders[side])),
@@ -157,6 +159,8 @@ def rows(sides):
 def pages_of(sides, side):
     """Forgets the pages of the mounted file alone: the folder's own stay, so that the disk is not what is measured."""
     target = sides.folders[side] / "large"
+    if not (sides.root / "large").exists():
+        write_large(sides.root)
     number = os.open(target, os.O_RDONLY)
     if side != "plain":
         os.posix_fadvise(number, 0, 0, os.POSIX_FADV_DONTNEED)
@@ -173,6 +177,8 @@ def measure(sides):
     print("| work | bindfs ÷ plain | drive ÷ plain | drive ÷ bindfs |\n|---|---|---|---|", flush=True)
     products = []
     for name, work, prepare in rows(sides):
+        if WORDS and not any(word in name for word in WORDS):
+            continue
         best = {side: math.inf for side in sides.folders}
         for _ in range(ROUNDS):
             for side, folder in sides.folders.items():

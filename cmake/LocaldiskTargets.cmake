@@ -8,7 +8,7 @@ function(localdisk_target target)
                                            -Wold-style-cast -Wcast-align -Wformat=2 -Wundef
                                            # g++ 12 sees overlaps in the standard library's own strings
                                            $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>)
-  if(LOCALDISK_DEVELOPER_MODE)
+  if(LOCALDISK_WARNINGS_AS_ERRORS)
     target_compile_options(${target} PRIVATE -Werror)
   endif()
 endfunction()

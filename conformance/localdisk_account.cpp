@@ -1,5 +1,9 @@
 // What this module alone promises: where its user, its root, its credential and its counts come from.
+#if defined(__APPLE__)
+#include <sys/mount.h>
+#else
 #include <sys/vfs.h>
+#endif
 
 #include <cstdlib>
 

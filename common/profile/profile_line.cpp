@@ -20,17 +20,23 @@ std::optional<Setting> setting_in(std::string_view line) {
   return Setting{line.substr(0, separator), rest.substr(0, rest.find('='))};
 }
 
+namespace {
+
 // Bytes from 0x80 on are parts of characters in UTF-8, and no locale changes their case.
+char lower(char c) {
+  const auto byte = static_cast<unsigned char>(c);
+  return byte < 0x80 ? static_cast<char>(std::tolower(byte)) : c;
+}
+
+}  // namespace
+
 RequestedName::RequestedName(std::string_view name) : name_(name) {
-  for (int byte = 0; byte < 256; ++byte) {
-    lower_case_[static_cast<unsigned char>(byte)] = static_cast<char>(byte < 0x80 ? std::tolower(byte) : byte);
-  }
   for (char& c : name_) c = lower(c);
 }
 
 bool RequestedName::matches(std::string_view name) const {
   return std::equal(name.begin(), name.end(), name_.begin(), name_.end(),
-                    [this](char given, char requested) { return lower(given) == requested; });
+                    [](char given, char requested) { return given == requested || lower(given) == requested; });
 }
 
 }  // namespace localdisk

@@ -1,7 +1,6 @@
 // What a line of a profile file says. Lines come trimmed, and all results are parts of them.
 #pragma once
 
-#include <array>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -27,9 +26,6 @@ class RequestedName {
   [[nodiscard]] bool matches(std::string_view name) const;
 
  private:
-  [[nodiscard]] char lower(char c) const { return lower_case_[static_cast<unsigned char>(c)]; }
-
-  std::array<char, 256> lower_case_;
   std::string name_;
 };
 

@@ -2,9 +2,6 @@
 
 #include <sys/time.h>
 
-#include <array>
-#include <cstdio>
-
 #include "common/time/timestamp_text.h"
 
 std::string TMToRFC3339(tm* t) { return std::string(localdisk::TimestampText(*t).view()); }
@@ -35,10 +32,11 @@ std::string GetSystemTimeRfc3339() {
   ::gettimeofday(&now, nullptr);
   tm utc{};
   ::gmtime_r(&now.tv_sec, &utc);
-  constexpr std::size_t longest = 6 * 12 + 16;  // as if every field were the widest int
-  std::array<char, longest> text;
-  const int length = std::snprintf(text.data(), text.size(), "%04ld-%02d-%02dT%02d:%02d:%02d.%03d",
-                                   utc.tm_year + 1900L, utc.tm_mon + 1, utc.tm_mday, utc.tm_hour, utc.tm_min,
-                                   utc.tm_sec, static_cast<int>(now.tv_usec / 1000));
-  return {text.data(), static_cast<std::size_t>(length)};
+  std::string text = TMToRFC3339(&utc);
+  text.pop_back();  // the "Z"
+  long milliseconds = now.tv_usec / 1000;
+  for (std::size_t place = 1; place <= 3; ++place, milliseconds /= 10) {
+    text[text.size() - place] = static_cast<char>('0' + milliseconds % 10);
+  }
+  return text;
 }

@@ -4,6 +4,6 @@ set -euo pipefail
 checker=$1 module=$2 reason=$3
 shift 3
 code=0
-said=$("$checker" "$@" $module 2>&1) || code=$?
+said=$("$checker" "$@" "$module" 2>&1) || code=$?
 echo "$said"
 [ "$code" -eq 2 ] && [ "$(wc -l <<<"$said")" -eq 1 ] && grep -qF -- "$reason" <<<"$said"

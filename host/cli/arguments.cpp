@@ -4,6 +4,7 @@
 
 #include <CLI/CLI.hpp>
 #include <charconv>
+#include <memory>
 
 #include "host/client/paths.h"
 #include "host/mount/mount.h"
@@ -30,6 +31,24 @@ struct Arguments {
   SyncOptions sync;
   Setting setting;
   MountArguments mount;
+};
+
+// Several positional arguments that only together say what each is, as "PATH... LOCAL": an option's name may hold no
+// blank, so these words are its text, and stand for the name.
+class HelpFormatter : public CLI::Formatter {
+ public:
+  std::string make_option_name(const CLI::Option* option, bool is_positional) const override {
+    return has_words(option) ? option->get_option_text() : CLI::Formatter::make_option_name(option, is_positional);
+  }
+  std::string make_option_opts(const CLI::Option* option) const override {
+    return has_words(option) ? "" : CLI::Formatter::make_option_opts(option);
+  }
+  std::string make_option_usage(const CLI::Option* option) const override {
+    return has_words(option) ? option->get_option_text() : CLI::Formatter::make_option_usage(option);
+  }
+
+ private:
+  static bool has_words(const CLI::Option* option) { return !option->get_option_text().empty(); }
 };
 
 CLI::App& add(CLI::App& app, Arguments& a, const char* name, const char* help, Command command) {
@@ -90,12 +109,14 @@ void add_showing_commands(CLI::App& app, Arguments& a) {
 void add_copying_commands(CLI::App& app, Arguments& a) {
   CLI::App& get = add(app, a, "get", "Copy from the drive, with modification times",
                       [&](auto& session) { return host::get(session, a.copy); });
-  get.add_option("PATH... LOCAL", a.copy.paths,
-                 "what to copy, and where to: a folder receives it under its name, - is standard output");
+  get.add_option("PATH", a.copy.paths,
+                 "what to copy, and where to: a folder receives it under its name, - is standard output")
+      ->option_text("PATH... LOCAL");
   CLI::App& put = add(app, a, "put", "Copy to the drive, with modification times",
                       [&](auto& session) { return host::put(session, a.copy); });
-  put.add_option("LOCAL... PATH", a.copy.paths,
-                 "what to copy, - for standard input, and where to: a folder receives it under its name");
+  put.add_option("LOCAL", a.copy.paths,
+                 "what to copy, - for standard input, and where to: a folder receives it under its name")
+      ->option_text("LOCAL... PATH");
   for (CLI::App* copy : {&get, &put}) {
     copy->get_options().back()->required()->expected(2, 1 << 24);
     copy->add_flag("-r,--recursive", a.copy.recursive, "folders with all that is in them");
@@ -124,7 +145,8 @@ void add_copying_commands(CLI::App& app, Arguments& a) {
 void add_changing_commands(CLI::App& app, Arguments& a) {
   add(app, a, "mv", "Move or rename entries; a file of that name is replaced",
       [&](auto& session) { return host::move(session, a.paths); })
-      .add_option("PATH... TARGET", a.paths, "the entries, and the new path, or a folder that receives them")
+      .add_option("PATH", a.paths, "the entries, and the new path, or a folder that receives them")
+      ->option_text("PATH... TARGET")
       ->required()
       ->expected(2, 1 << 24);
 
@@ -168,6 +190,8 @@ void add_utility_commands(CLI::App& app, Arguments& a) {
 void add_mount_command(CLI::App& app, Arguments& a) {
   MountArguments& m = a.mount;
   CLI::App& mount = add(app, a, "mount", "Mount a folder as a drive, for any program to work on", [&](auto& session) {
+    let_signals_end_the_process();
+    session.report.interrupt().throw_if_interrupted();  // by one that came before
     return host::mount({session.module.file(), absolute_path(m.root), absolute_path(m.mount_point), m.cache,
                         m.read_only, m.foreground, a.request.verbose});
   });
@@ -217,6 +241,7 @@ Request parse_arguments(int argc, char** argv) {
       "Does with a storage module what a drive client does: lists, reads, writes, moves and removes real "
       "files.",
       "localdisk-host"};
+  app.formatter(std::make_shared<HelpFormatter>());
   app.add_option("--module", a.request.module, "the module's file; the one beside this program where left out");
   app.add_flag("-v,--verbose", a.request.verbose, "print the module's log lines");
   app.add_flag("-q,--quiet", a.request.quiet, "print failures alone: no counts, no progress, not what is skipped");

@@ -1,6 +1,7 @@
 // The module at work on a real folder: into the drive, back again, and every byte compared.
 #include <fmt/format.h>
 #include <stdlib.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <chrono>

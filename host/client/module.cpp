@@ -1,12 +1,9 @@
 #include "host/client/module.h"
 
+#include "host/client/executable.h"
 #include "host/client/module_file.h"
 #include "plugin/entry_points.h"
 #include "plugin/logger.h"
-
-#if defined(__APPLE__)
-#include <mach-o/dyld.h>
-#endif
 
 namespace host {
 namespace {
@@ -15,19 +12,8 @@ namespace fs = std::filesystem;
 
 #if defined(__APPLE__)
 constexpr const char* module_name = "localdisk.dylib";
-
-fs::path executable() {
-  char path[4096] = {};
-  std::uint32_t size = sizeof path;
-  return ::_NSGetExecutablePath(path, &size) == 0 ? fs::path(path) : fs::path();
-}
 #else
 constexpr const char* module_name = "localdisk.so";
-
-fs::path executable() {
-  std::error_code unknown;
-  return fs::read_symlink("/proc/self/exe", unknown);
-}
 #endif
 
 fs::path default_module() {

@@ -63,6 +63,9 @@ CacheFile::CacheFile(CacheFolder& folder, unsigned long number) : folder_(&folde
   check(static_cast<bool>(file_), path());
 }
 
+CacheFile::CacheFile(CacheFolder& folder, unsigned long number, Descriptor file)
+    : folder_(&folder), number_(number), file_(std::move(file)) {}
+
 CacheFile::CacheFile(CacheFile&& other) noexcept
     : folder_(std::exchange(other.folder_, nullptr)),
       number_(other.number_),
@@ -81,8 +84,8 @@ CacheFile& CacheFile::operator=(CacheFile&& other) noexcept {
 
 CacheFile::~CacheFile() {
   if (folder_ == nullptr) return;
-  ::unlink(path().c_str());
   belongs_nowhere();
+  if (!folder_->take_spare(number_, file_, size_)) ::unlink(path().c_str());
 }
 
 fs::path CacheFile::path() const { return folder_->path() / std::to_string(number_); }
@@ -164,6 +167,31 @@ CacheFolder::CacheFolder(const fs::path& parent) : path_(make_private_folder(par
 CacheFolder::~CacheFolder() {
   std::error_code gone_already;
   rescued_ ? fs::remove(path_ / journal_name, gone_already) : fs::remove_all(path_, gone_already) > 0;
+}
+
+CacheFile CacheFolder::new_file() {
+  {
+    const std::lock_guard guard(spares_lock_);
+    while (!spares_.empty()) {
+      Spare spare = std::move(spares_.back());
+      spares_.pop_back();
+      struct stat status {};
+      // Someone may have removed its name: what is written to it would not be found after a kill.
+      const bool is_whole = ::fstat(spare.file.get(), &status) == 0 && status.st_nlink == 1 && status.st_size == 0;
+      if (is_whole) return {*this, spare.number, std::move(spare.file)};
+    }
+  }
+  return {*this, ++files_};
+}
+
+bool CacheFolder::take_spare(unsigned long number, Descriptor& file, long long size) {
+  constexpr std::size_t most = 4;
+  constexpr long long small = 1 << 20;
+  if (size > small || ::ftruncate(file.get(), 0) != 0) return false;
+  const std::lock_guard guard(spares_lock_);
+  if (spares_.size() >= most) return false;
+  spares_.push_back({number, std::move(file)});
+  return true;
 }
 
 fs::path CacheFolder::rescue(CacheFile content, const std::string& drive_path, time_t modified) {

@@ -5,6 +5,7 @@
 #include <ctime>
 #include <filesystem>
 #include <functional>
+#include <mutex>
 #include <optional>
 #include <span>
 #include <string>
@@ -21,7 +22,8 @@ class CacheFolder;
 // someone took away is a failure too.
 class CacheFile {
  public:
-  CacheFile(CacheFolder& folder, unsigned long number);  // makes the file
+  CacheFile(CacheFolder& folder, unsigned long number);                   // makes the file
+  CacheFile(CacheFolder& folder, unsigned long number, Descriptor file);  // takes an empty one
   CacheFile(CacheFile&& other) noexcept;
   CacheFile& operator=(CacheFile&& other) noexcept;
   ~CacheFile();
@@ -61,7 +63,7 @@ class CacheFolder {
   CacheFolder(const CacheFolder&) = delete;
   CacheFolder& operator=(const CacheFolder&) = delete;
 
-  CacheFile new_file() { return {*this, ++files_}; }
+  CacheFile new_file();
   unsigned long new_number() { return ++files_; }  // for a record of the journal without a file
   Journal& journal() { return *journal_; }
   // Keeps the content for the user under the path it had on the drive, and answers where that is.
@@ -70,11 +72,21 @@ class CacheFolder {
   [[nodiscard]] const std::filesystem::path& path() const { return path_; }
 
  private:
+  friend class CacheFile;
+  // Making and removing a file for each small content would take longer than all else: a few empty ones wait.
+  struct Spare {
+    unsigned long number;
+    Descriptor file;
+  };
+  bool take_spare(unsigned long number, Descriptor& file, long long size);
+
   std::filesystem::path path_;
   Descriptor lock_;  // tells the next drive that this one is alive
   std::optional<Journal> journal_;
   std::atomic<unsigned long> files_ = 0;
   bool rescued_ = false;
+  std::mutex spares_lock_;
+  std::vector<Spare> spares_;
 };
 
 // Where the cache is unless the user names a place: a folder that is still there after a restart.

@@ -14,6 +14,12 @@ namespace host {
 namespace {
 
 using Hold = NodeTable::Hold;
+using Gone = NodeTable::Gone;
+
+// For ESTALE the kernel looks for the name again, and finds what has it now.
+[[noreturn]] void throw_gone(NodeTable& table, const Node& node) {
+  throw_errno(table.locked([&] { return node.is_replaced; }) ? ESTALE : ENOENT, node.name);
+}
 
 }  // namespace
 
@@ -64,7 +70,7 @@ DriveFiles::Created DriveFiles::create(Node& folder, const std::string& name, in
   }
   const Described entry = enter(folder, name, hold.path(), *found);
   try {
-    return {entry, open_held(*entry.node, hold.path(), is_new ? flags & ~O_TRUNC : flags)};
+    return {entry, is_new ? open_made(*entry.node, *found, flags) : open_held(*entry.node, hold.path(), flags)};
   } catch (...) {
     table_.forget(*entry.node, 1);
     throw;
@@ -103,8 +109,16 @@ void DriveFiles::resize(Node& node, const FileHandle* handle, long long size) {
 void DriveFiles::set_times(Node& node, const NewTimes& times) {
   const Hold hold(table_, node);
   const std::shared_ptr<OpenFile> file = table_.locked([&] { return node.file; });
-  if (!file && hold.path().empty()) throw_errno(ESTALE, node.name);
+  if (!file && hold.path().empty()) throw_gone(table_, node);
   file ? file->set_times(hold.path(), times) : drive_.set_times(hold.path(), times);
+}
+
+// What was just made is an ordinary file without content: nothing has to be asked.
+std::unique_ptr<FileHandle> DriveFiles::open_made(Node& node, const Attributes& made, int flags) {
+  const bool reads = (flags & O_ACCMODE) != O_WRONLY;
+  auto handle = std::make_unique<FileHandle>(FileHandle{node, table_.open(node, reads), reads, /*writes=*/true});
+  handle->file->start_made(made);
+  return handle;
 }
 
 std::unique_ptr<FileHandle> DriveFiles::open(Node& node, int flags) {
@@ -119,7 +133,7 @@ std::unique_ptr<FileHandle> DriveFiles::open_held(Node& node, const std::string&
   auto handle = std::make_unique<FileHandle>(FileHandle{node, table_.open(node, reads), reads, writes});
   try {
     const bool is_gone = path.empty() && !handle->file->is_removed();
-    if (is_gone && !truncates) throw_errno(ESTALE, node.name);  // the kernel looks for it again
+    if (is_gone && !truncates) throw_gone(table_, node);
     if (is_gone) {
       handle->file->start_removed();
     } else if (!handle->file->is_cached()) {
@@ -249,7 +263,7 @@ void DriveFiles::remove_file(Node& folder, const std::string& name) {
   const auto [file, readers] = node == nullptr ? std::pair(std::shared_ptr<OpenFile>(), 0U)
                                                : table_.locked([&] { return std::pair(node->file, node->readers); });
   file ? file->remove(path, readers > 0) : drive_.remove_file(path);
-  if (node != nullptr) table_.detach(*node, number_of_removed(path));
+  if (node != nullptr) table_.detach(*node, number_of_removed(path), Gone::removed);
   table_.count_change(folder);
 }
 
@@ -263,7 +277,7 @@ void DriveFiles::remove_folder(Node& folder, const std::string& name) {
     }
   }
   drive_.remove_directory(path);
-  if (node != nullptr) table_.detach(*node, number_of_removed(path));
+  if (node != nullptr) table_.detach(*node, number_of_removed(path), Gone::removed);
   table_.count_change(folder);
 }
 
@@ -285,7 +299,7 @@ void DriveFiles::rename(Node& folder, const std::string& name, Node& new_folder,
   const auto target = file_of(replaced);
   target ? target->be_replaced(to, table_.locked([&] { return replaced->readers; }) > 0, move) : move();
 
-  if (replaced != nullptr) table_.detach(*replaced, number_of_removed(to));
+  if (replaced != nullptr) table_.detach(*replaced, number_of_removed(to), Gone::replaced);
   if (node != nullptr) {
     table_.move(*node, new_folder, new_name);
     table_.remember(*node, moved);

@@ -15,9 +15,6 @@
 
 namespace host {
 
-// What others change in the root folder shows on the drive within this time, and so does what is no longer there.
-inline constexpr double seconds_to_remember = 1;
-
 // A file or folder as the kernel is told of it.
 struct Described {
   Node* node;
@@ -106,6 +103,7 @@ class DriveFiles {
  private:
   Described enter(Node& folder, const std::string& name, const std::string& path, const Attributes& entry);
   std::unique_ptr<FileHandle> open_held(Node& node, const std::string& path, int flags);
+  std::unique_ptr<FileHandle> open_made(Node& node, const Attributes& made, int flags);
   void prepare_reading(FileHandle& handle, const std::string& path);
   std::uint64_t number_of_removed(const std::string& path);
 

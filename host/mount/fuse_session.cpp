@@ -2,23 +2,17 @@
 
 #include <fcntl.h>
 
-#include <csignal>
 #include <memory>
 
 #include "host/client/errors.h"
 #include "host/mount/fuse_requests.h"
+#include "host/mount/request_loop.h"
 
 namespace host {
 namespace {
 
-// Transfers keep their thread for as long as they take; what is only looked up must find one all the same.
-constexpr unsigned most_threads = 64;
-
 struct ArgumentsReleaser {
   void operator()(fuse_args* arguments) const { ::fuse_opt_free_args(arguments); }
-};
-struct ConfigReleaser {
-  void operator()(fuse_loop_config* config) const { ::fuse_loop_cfg_destroy(config); }
 };
 
 }  // namespace
@@ -47,15 +41,6 @@ void FuseSession::detach() {
   if (::fuse_daemonize(/*foreground=*/0) != 0) throw CommandError("can't go to the background");
 }
 
-bool FuseSession::serve() {
-  if (::fuse_set_signal_handlers(session_) != 0) throw CommandError("can't handle signals");
-  const std::unique_ptr<fuse_loop_config, ConfigReleaser> config(::fuse_loop_cfg_create());
-  ::fuse_loop_cfg_set_max_threads(config.get(), most_threads);
-  const int result = ::fuse_session_loop_mt(session_, config.get());
-  ::fuse_remove_signal_handlers(session_);
-  // What is still to be uploaded must not be cut short by one more signal.
-  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) std::signal(signal, SIG_IGN);
-  return result >= 0;
-}
+bool FuseSession::serve(const EndSignals& signals) { return RequestLoop(session_, signals).run(); }
 
 }  // namespace host

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "host/mount/drive_files.h"
+#include "host/mount/end_signals.h"
 #include "host/mount/open_handles.h"
 
 struct fuse_session;
@@ -29,9 +30,9 @@ class FuseSession {
 
   // Goes on in the background.
   void detach();
-  // Answers until the drive is unmounted or SIGINT, SIGTERM or SIGHUP asks for the end. What programs do that
-  // began before is done then. Answers false for an end that nobody asked for.
-  [[nodiscard]] bool serve();
+  // Answers until the drive is unmounted or a signal asks for the end. What programs do that began before is done
+  // then. Answers false for an end that nobody asked for.
+  [[nodiscard]] bool serve(const EndSignals& signals);
 
  private:
   RequestContext context_;

@@ -10,7 +10,8 @@
 namespace host {
 namespace {
 
-constexpr char root_kind = 'D', content_kind = 'C', removed_kind = 'R', replaced_kind = 'O', forgotten_kind = 'F';
+constexpr char module_kind = 'M', root_kind = 'D', content_kind = 'C', removed_kind = 'R', replaced_kind = 'O',
+               forgotten_kind = 'F';
 
 }  // namespace
 
@@ -38,8 +39,9 @@ void Journal::append(char kind, unsigned long number, const std::string& first, 
   length_ += static_cast<long long>(record.size());
 }
 
-void Journal::note_root(const std::string& root, const std::string& upload_prefix) {
+void Journal::note_root(const std::string& module, const std::string& root, const std::string& upload_prefix) {
   const std::lock_guard lock(lock_);
+  append(module_kind, 0, module);
   append(root_kind, 0, root, upload_prefix);
   head_length_ = length_;
 }
@@ -94,7 +96,9 @@ Journal::Kept Journal::read(const std::filesystem::path& file) {
     kept.contents.erase(number);
     removed.erase(number);
     replaced.erase(number);
-    if (kind == root_kind) {
+    if (kind == module_kind) {
+      kept.module = first;
+    } else if (kind == root_kind) {
       kept.root = first;
       kept.upload_prefix = second;
     } else if (kind == content_kind) {

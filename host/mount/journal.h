@@ -18,7 +18,8 @@ class Journal {
  public:
   explicit Journal(const std::filesystem::path& file);  // continues it, or makes it
 
-  void note_root(const std::string& root, const std::string& upload_prefix);
+  // Whose folder it is: of which module, and where there.
+  void note_root(const std::string& module, const std::string& root, const std::string& upload_prefix);
   void note_content(unsigned long number, const std::string& path);
   // A file that was removed or replaced while programs had it open, and where its content is until they close it.
   void note_removed(unsigned long number, const std::string& aside);
@@ -26,7 +27,7 @@ class Journal {
   void forget(unsigned long number);  // never throws
 
   struct Kept {
-    std::string root, upload_prefix;
+    std::string module, root, upload_prefix;
     std::map<unsigned long, std::string> contents;  // by number: the path on the drive
     std::vector<std::string> removed;
     std::vector<std::pair<std::string, std::string>> replaced;  // where it is, and what it was

@@ -27,7 +27,7 @@ int run(const host::MountOptions& options) {
   host::Module module(options.module);
   if (options.verbose) module.bind_logger(&log);
   host::Drive drive(module);
-  return host::run_drive(drive, options, module.protocol() == "localdisk");
+  return host::run_drive(drive, options, module.protocol());
 }
 
 }  // namespace

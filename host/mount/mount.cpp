@@ -1,19 +1,23 @@
 #include "host/mount/mount.h"
 
-#include <fcntl.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
+#include <cstdio>
 #include <cstring>
+#include <memory>
+#include <string>
 #include <vector>
 
+#include "host/client/executable.h"
 #include "host/client/report.h"
 #include "host/mount/options.h"
 
 #if defined(__APPLE__)
-#include <mach-o/dyld.h>
+extern "C" char** environ;  // which no header declares there
 #endif
 
 namespace host {
@@ -22,17 +26,6 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr const char* program_name = "localdisk-mount";
-
-fs::path executable() {
-#if defined(__APPLE__)
-  char path[4096] = {};
-  std::uint32_t size = sizeof path;
-  return ::_NSGetExecutablePath(path, &size) == 0 ? fs::path(path) : fs::path();
-#else
-  std::error_code unknown;
-  return fs::read_symlink("/proc/self/exe", unknown);
-#endif
-}
 
 // Beside this program, where it is built, or in the folder of the installed module; empty where it is in neither.
 fs::path find_program() {
@@ -51,12 +44,12 @@ std::vector<char*> argument_list(std::vector<std::string>& arguments) {
   return list;
 }
 
-// A program whose libraries are missing is ended by the loader, after lines about its files: none of them is shown.
-bool starts(const fs::path& program) {
+// Starts the program with its standard error at that descriptor and waits for its end.
+bool starts(const fs::path& program, int standard_error) {
   std::vector<std::string> arguments{program.string(), start_check};
   posix_spawn_file_actions_t actions{};
   if (::posix_spawn_file_actions_init(&actions) != 0) return false;
-  ::posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
+  ::posix_spawn_file_actions_adddup2(&actions, standard_error, STDERR_FILENO);
   pid_t child = 0;
   char* const* const environment = environ;
   const int failed =
@@ -70,18 +63,40 @@ bool starts(const fs::path& program) {
   return WIFEXITED(status) && WEXITSTATUS(status) == exit_done;
 }
 
+// The library that the program lacks, empty where it starts. The loader, which ends a program whose libraries are
+// missing, names it in lines about files, of which nothing else is shown; releases of a system may have it by another
+// number.
+std::string missing_library(const fs::path& program) {
+  const std::unique_ptr<std::FILE, int (*)(std::FILE*)> said(std::tmpfile(), &std::fclose);
+  if (starts(program, said ? ::fileno(said.get()) : STDERR_FILENO)) return {};
+  char text[1024] = {};
+  if (said) {
+    std::rewind(said.get());
+    text[std::fread(text, 1, sizeof text - 1, said.get())] = '\0';
+  }
+  const char* const name = std::strstr(text, "libfuse");
+  return name == nullptr ? "libfuse 3" : std::string(name, std::strcspn(name, ": '\"\n"));
+}
+
 }  // namespace
+
+void let_signals_end_the_process() {
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+    struct sigaction now {};
+    if (::sigaction(signal, nullptr, &now) == 0 && now.sa_handler != SIG_IGN) std::signal(signal, SIG_DFL);
+  }
+}
 
 int mount(const MountOptions& options) {
   const fs::path program = find_program();
   if (program.empty()) {
     print_error(
         "mounting needs the program localdisk-mount, which was not installed: build with libfuse 3 (Debian and "
-        "Ubuntu: libfuse3-dev and fuse3)");
+        "Ubuntu: libfuse3-dev and fuse3; macOS: macFUSE)");
     return exit_usage;
   }
-  if (!starts(program)) {
-    print_error("mounting needs libfuse 3: install it (Debian and Ubuntu: the package fuse3)");
+  if (const std::string missing = missing_library(program); !missing.empty()) {
+    print_error("mounting needs " + missing + ": install it (Debian and Ubuntu: the package fuse3)");
     return exit_usage;
   }
   std::vector<std::string> arguments = arguments_of(options);

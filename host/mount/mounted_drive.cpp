@@ -9,6 +9,7 @@
 #include "host/client/report.h"
 #include "host/mount/cache.h"
 #include "host/mount/drive_files.h"
+#include "host/mount/end_signals.h"
 #include "host/mount/fuse_session.h"
 #include "host/mount/messages.h"
 #include "host/mount/rooted_drive.h"
@@ -53,9 +54,9 @@ void expect_cache_apart(const fs::path& cache, const MountOptions& options, bool
 }
 
 // What drives have left here that were killed.
-void take_over(RootedDrive& drive, const fs::path& cache_parent, const std::string& root) {
+void take_over(RootedDrive& drive, const fs::path& cache_parent, const std::string& module, const std::string& root) {
   for (const AbandonedCache& cache : find_abandoned(cache_parent)) {
-    const bool is_of_this_root = cache.kept.root == root;
+    const bool is_of_this_root = cache.kept.module == module && cache.kept.root == root;
     if (is_of_this_root) {
       for (const auto& [number, path] : cache.kept.contents) {
         drive.remove_leftover(path, cache.kept.upload_prefix, number);
@@ -79,17 +80,19 @@ void take_over(RootedDrive& drive, const fs::path& cache_parent, const std::stri
 
 }  // namespace
 
-int run_drive(Drive& drive, const MountOptions& options, bool is_local) {
+int run_drive(Drive& drive, const MountOptions& options, const std::string& module) {
+  const bool is_local = module == "localdisk";
   if (drive.info(options.root).type != FS_TYPE_DIRECTORY) {
     throw CommandError(fmt::format("{} is not a folder", options.root));
   }
   expect_apart(options, is_local);
   const fs::path cache_parent = options.cache.empty() ? default_cache_folder() : options.cache;
   expect_cache_apart(cache_parent, options, is_local);
+  const EndSignals signals;
   RootedDrive rooted(drive, options.root);
-  if (!options.read_only) take_over(rooted, cache_parent, options.root);
+  if (!options.read_only) take_over(rooted, cache_parent, module, options.root);
   CacheFolder cache(cache_parent);
-  cache.journal().note_root(options.root, rooted.own_prefix());
+  cache.journal().note_root(module, options.root, rooted.own_prefix());
   DriveFiles files(rooted, cache);
   FuseSession session(files, options.root, options.mount_point, options.read_only);
   fmt::print("{} is mounted at {}{}; to unmount: {} {}\n", options.root, options.mount_point,
@@ -102,7 +105,7 @@ int run_drive(Drive& drive, const MountOptions& options, bool is_local) {
     session.detach();
     tell_syslog();
   }
-  const bool good = session.serve();
+  const bool good = session.serve(signals);
 
   const auto rescued = files.flush_all();
   for (const auto& file : rescued) {

@@ -126,7 +126,7 @@ void NodeTable::drop_if_unused(Node* node, std::vector<std::shared_ptr<OpenFile>
     if (node->file && !node->file->is_unsaved()) ended.push_back(std::exchange(node->file, nullptr));
     if (node->lookups > 0 || node->file || !node->children.empty()) return;
     Node* const parent = node->parent;
-    if (parent != nullptr) parent->children.erase(node->name);
+    parent != nullptr ? parent->children.erase(node->name) : removed_.erase(node);
     const std::unique_ptr<Node> dropped(node);
     node = parent;
   }
@@ -184,14 +184,16 @@ void NodeTable::close(Node& node, bool reads) {
 }
 
 void NodeTable::detach_locked(Node& node) {
+  removed_.insert(&node);
   for (unsigned i = 0; i < node.held; ++i) change_held(*node.parent, -1);  // what rests on it rests on it alone now
   node.parent->children.erase(node.name);
   node.parent = nullptr;
   node.is_removed = true;
 }
 
-void NodeTable::detach(Node& node, std::uint64_t number) {
+void NodeTable::detach(Node& node, std::uint64_t number, Gone how) {
   const std::lock_guard lock(lock_);
+  node.is_replaced = how == Gone::replaced;
   node.removed_number = number;
   detach_locked(node);
 }
@@ -230,8 +232,8 @@ std::vector<NodeTable::OpenEntry> NodeTable::files_at_or_below(Node& top) {
 }
 
 NodeTable::~NodeTable() {
-  std::vector<Node*> left;
-  left.reserve(root_.children.size());
+  std::vector<Node*> left(removed_.begin(), removed_.end());
+  left.reserve(left.size() + root_.children.size());
   for (const auto& [name, node] : root_.children) left.push_back(node);
   while (!left.empty()) {
     const std::unique_ptr<Node> node(left.back());

@@ -14,6 +14,7 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 #include "host/mount/open_file.h"
@@ -31,6 +32,7 @@ struct Node {
   unsigned held = 0;                  // operations that rest on its place, here or below
   bool is_closed = false;             // to new ones: its place changes
   bool is_directory = false, is_removed = false;
+  bool is_replaced = false;          // removed, too: another has its name from that moment on
   std::uint64_t removed_number = 0;  // its inode number since then
   unsigned changes = 0;              // of a folder's entries, through the drive
   // What was said of it last, and what the kernel may keep of its content. Under the lock of the table, too.
@@ -98,7 +100,8 @@ class NodeTable {
   void close(Node& node, bool reads);
 
   // These want a Change of what they are about.
-  void detach(Node& node, std::uint64_t number);
+  enum class Gone { removed, replaced };
+  void detach(Node& node, std::uint64_t number, Gone how);
   void move(Node& node, Node& folder, const std::string& name);
 
   void remember(Node& node, const Attributes& now);
@@ -131,6 +134,7 @@ class NodeTable {
   std::condition_variable changed_;
   unsigned waiting_ = 0;
   Node root_;
+  std::unordered_set<Node*> removed_;  // nodes without a place, which nothing else leads to
 };
 
 }  // namespace host

@@ -27,6 +27,14 @@ bool OpenFile::is_unsaved() const {
   return changed_ && !removed_;
 }
 
+void OpenFile::start_made(const Attributes& made) {
+  const ContentLock lock(content_lock_);
+  if (is_cached()) return;
+  content_.reset();
+  on_drive_ = made;
+  made_at_ = std::chrono::steady_clock::now();
+}
+
 void OpenFile::start_removed() {
   const ContentLock lock(content_lock_);
   content_ = cache_.new_file();
@@ -58,6 +66,7 @@ void OpenFile::write(const std::string& path, std::span<const char> data, long l
 long long OpenFile::append(const std::string& path, std::span<const char> data) {
   const ContentLock lock(content_lock_);
   const bool is_first = !is_cached();
+  made_at_ = {};  // others may have begun it
   take_into_cache(path);
   if (is_first) {
     only_appended_ = true;
@@ -83,6 +92,7 @@ void OpenFile::resize(const std::string& path, long long size) {
 
 void OpenFile::set_times(const std::string& path, const NewTimes& times) {
   const ContentLock lock(content_lock_);
+  made_at_ = {};  // not as it was made any more
   if (!is_cached()) return drive_.set_times(path, times);
   const std::lock_guard state(state_lock_);
   seen_.accessed = times.accessed.value_or(seen_.accessed);
@@ -97,7 +107,9 @@ void OpenFile::set_times(const std::string& path, const NewTimes& times) {
 // was uploaded then.
 void OpenFile::take_into_cache(const std::string& path, std::optional<long long> size_wanted) {
   if (is_cached()) return is_removed() ? take_removed() : void();
-  const Attributes now = drive_.attributes(path);
+  const auto age = std::chrono::steady_clock::now() - std::exchange(made_at_, {});
+  const bool is_just_made = age < std::chrono::duration<double>(seconds_to_remember);
+  const Attributes now = is_just_made ? on_drive_ : drive_.attributes(path);
   if (now.directory) throw_errno(EISDIR, path);
   if (!content_ || !can_have_same_content(now, on_drive_)) {
     fetch(path, std::min(size_wanted.value_or(now.size), now.size));

@@ -4,6 +4,7 @@
 // succeeded. All handles of a file share its one cache file.
 #pragma once
 
+#include <chrono>
 #include <functional>
 #include <mutex>
 #include <optional>
@@ -40,6 +41,8 @@ class OpenFile {
   [[nodiscard]] bool is_cached() const { return cached_attributes().has_value(); }
   [[nodiscard]] bool is_removed() const;
 
+  // Was just made on the drive, without content.
+  void start_made(const Attributes& made);
   // Has nothing on the drive any more, and starts empty.
   void start_removed();
   // Whether it has to be held on to when no program has it open any more: only the cache has its content.
@@ -73,7 +76,8 @@ class OpenFile {
 
   std::shared_mutex content_lock_;
   std::optional<CacheFile> content_;
-  Attributes on_drive_;         // of the file that `content_` was taken from, or that it became
+  Attributes on_drive_;                              // of the file that `content_` was taken from, or that it became
+  std::chrono::steady_clock::time_point made_at_{};  // by a program here: then `on_drive_` tells of the empty file
   bool only_appended_ = false;  // all changes since then are appending writes, the first of them at `appended_at_`
   long long appended_at_ = 0;
   std::string newer_;               // where uploads go since others changed the file

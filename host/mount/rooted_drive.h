@@ -19,6 +19,9 @@ namespace host {
 // one, else what comes closest to the status.
 int errno_of(const std::exception& error);
 
+// What others change in the root folder shows on the drive within this time, and so does what is no longer there.
+inline constexpr double seconds_to_remember = 1;
+
 [[noreturn]] void throw_errno(int reason, const std::string& path);
 
 struct Attributes {

@@ -92,6 +92,7 @@ void OpenFile::upload(const std::string& path) {
 
 void OpenFile::moved(const std::string& path) {
   const std::unique_lock<std::shared_mutex> lock(content_lock_);
+  made_at_ = {};  // a move changes its times
   if (is_unsaved() && newer_.empty()) content_->belongs_to(path);
 }
 

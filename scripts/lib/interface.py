@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """interface.py CLANG [OPTION...] [--library LIBRARY]: prints what hosts rely on: records, tables of functions and values as
-clang lays out the headers with those options, exported names and the sizes of exported data as the (ELF) library has them.
-The text is the same whichever version of a compiler or of its standard library is there.
+clang lays out the headers with those options, exported names and (of an ELF library) the sizes of exported data as the library has them.
+A Mach-O library is read by the program that LOCALDISK_NM names. The text is the same whichever version of a compiler or of its standard library is there.
 """
 import os
 import pathlib
@@ -56,6 +56,10 @@ def values(compile_command):
 def exports(library):
     """Functions by their names, data with their sizes: the host that links a table or a variable knows them."""
     yield "exports"
+    if library.endswith(".dylib"):
+        names = output(os.environ["LOCALDISK_NM"], "-gU", "--defined-only", "--format=just-symbols", library).split()
+        yield from (f"       {name}" for name in sorted(names))
+        return
     symbols = [line.split() for line in output("readelf", "--dyn-syms", "--wide", library).splitlines()]
     for _, _, size, kind, _, _, section, name in sorted((fields for fields in symbols if len(fields) == 8),
                                                         key=lambda fields: fields[7]):

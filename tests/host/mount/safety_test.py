@@ -39,17 +39,19 @@ def unmount(point):
 class Mount:
     """A mounted drive in this process's hands."""
 
-    def __init__(self, root, point, cache):
+    def __init__(self, root, point, cache, waits=True):
         self.point, self.out = point, open(f"{point}.out", "a+", encoding="utf-8")
         point.mkdir(exist_ok=True)
         command = [HOST, "mount", "--foreground", "--cache", str(cache), "--root", str(root), str(point)]
         self.process = subprocess.Popen(command, stdout=self.out, stderr=self.out)
-        for _ in range(200):
+        if not waits:
+            return
+        for _ in range(3000):
             if is_mounted(point):
                 return
             if self.process.poll() is not None:
                 break
-            time.sleep(0.02)
+            time.sleep(0.01)
         raise OSError("not mounted: " + self.said())
 
     def __enter__(self):
@@ -70,8 +72,6 @@ class Mount:
         except subprocess.TimeoutExpired:
             self.process.kill()
             code = self.process.wait(10)
-        if code not in (0, -how):
-            print(f"ended with {code}:", self.said(), file=sys.stderr)
         if is_mounted(self.point):
             unmount(self.point)
         return code
@@ -87,17 +87,19 @@ class DriveCase(unittest.TestCase):
         self.drive = self.base / "drive"
 
     def tearDown(self):
+        unexpected = []
         for mount in self.mounts:
-            if mount.process.poll() is None:
-                mount.end()
+            if mount.process.poll() is None and mount.end() != 0:
+                unexpected.append(mount.said())
             if is_mounted(mount.point):
                 unmount(mount.point)
             mount.out.close()
         for volume in self.volumes:
             subprocess.run(["umount", "-l", str(volume)], check=False, timeout=20)
+        self.assertEqual(unexpected, [])
 
-    def mount(self, name="drive"):
-        self.mounts.append(Mount(self.root, self.base / name, self.cache))
+    def mount(self, name="drive", waits=True):
+        self.mounts.append(Mount(self.root, self.base / name, self.cache, waits))
         return self.mounts[-1]
 
     def volume(self, folder, size):
@@ -107,6 +109,10 @@ class DriveCase(unittest.TestCase):
         if subprocess.run(command, stderr=subprocess.DEVNULL, check=False, timeout=20).returncode != 0:
             self.skipTest("not allowed to mount a tmpfs")
         self.volumes.append(folder)
+
+    def ends_with(self, code, mount):
+        """Whatever it said shows what was wrong, reports of sanitizers too."""
+        self.assertEqual(mount.end(), code, mount.said())
 
     def kill(self, mount):
         mount.end(signal.SIGKILL)
@@ -178,7 +184,7 @@ class WholeFiles(DriveCase):
                 self.assertEqual((os.fstat(removed.fileno()).st_size, os.fstat(removed.fileno()).st_nlink), (size, 0))
                 self.assertEqual((removed.read(), old.read()), (b"r" * size, b"o" * size))
         self.assertEqual(sorted(os.listdir(self.drive)), sorted(f"replaced{size}" for size in sizes))
-        self.assertEqual(self.mounts[0].end(), 0)
+        self.ends_with(0, self.mounts[0])
         self.expect_no_leftovers()
 
     def test_names_like_those_of_hidden_files_are_names(self):
@@ -199,6 +205,13 @@ class WholeFiles(DriveCase):
         self.kill(mount)
         self.assertEqual((self.root / "conf").read_bytes(), b"new settings")
 
+    def test_a_new_file_whose_times_are_set_before_it_is_written_is_its_own(self):
+        self.mount()
+        with open(self.drive / "file", "wb", buffering=0) as file:
+            os.utime(file.fileno(), (1000, 1000))
+            file.write(b"content")
+        self.assertEqual({path.name: path.read_bytes() for path in self.root.iterdir()}, {"file": b"content"})
+
     def test_rename_of_what_a_full_disk_does_not_take_fails(self):
         self.volume(self.root, "2m")
         (self.root / "conf").write_bytes(b"old")
@@ -208,7 +221,7 @@ class WholeFiles(DriveCase):
         self.refused(errno.ENOSPC, os.rename, self.drive / "tmp", self.drive / "conf")
         self.assertEqual((self.root / "conf").read_bytes(), b"old")
         self.refused(errno.ENOSPC, os.close, file)
-        self.assertEqual(mount.end(), 1)
+        self.ends_with(1, mount)
         self.assertEqual((self.root / "conf").read_bytes(), b"old")
         self.assertEqual(self.rescued("tmp"), [b"x" * 3_000_000])
 
@@ -254,9 +267,24 @@ class WholeFiles(DriveCase):
         again = self.mount("again")
         self.assertIn("moved/report", again.said())
         self.assertEqual(self.rescued("moved/report"), [b"work of a day"])
-        self.assertEqual(again.end(), 0)
+        self.ends_with(0, again)
         self.expect_no_leftovers()
         self.assertEqual(self.rescued("moved/report"), [b"work of a day"])
+
+    def test_what_another_module_left_is_its_own(self):
+        (self.root / "held").write_bytes(b"h" * 2_000_000)
+        mount = self.mount()
+        held = os.open(self.drive / "held", os.O_RDONLY)
+        os.unlink(self.drive / "held")
+        self.kill(mount)
+        os.close(held)
+        journal, = self.cache.glob("localdisk-mount-*/journal")
+        records = journal.read_bytes()
+        self.assertIn(b"\nlocaldisk\n", records)
+        for module, left in ((b"otherdisk", 1), (b"localdisk", 0)):
+            journal.write_bytes(records.replace(b"\nlocaldisk\n", b"\n" + module + b"\n"))
+            self.ends_with(0, self.mount())
+            self.assertEqual(len(list(self.root.glob(OWN + "*"))), left)
 
     def test_cache_that_disappears_is_an_error(self):
         (self.root / "file").write_bytes(b"old")
@@ -267,7 +295,7 @@ class WholeFiles(DriveCase):
             os.truncate(content, 0)
         self.refused(errno.EIO, os.close, file)
         self.assertEqual((self.root / "file").read_bytes(), b"old")
-        mount.end()
+        self.ends_with(1, mount)
 
 
 class Sharing(DriveCase):
@@ -318,29 +346,40 @@ class NoRefusals(DriveCase):
                 self.refused(errno.EOPNOTSUPP, os.open, self.drive / name, flags)
             self.refused(errno.EOPNOTSUPP, os.truncate, self.drive / name, 5)
         self.assertEqual((self.drive / "empty").read_bytes(), b"")
-        self.assertEqual(mount.end(), 0)
+        self.ends_with(0, mount)
 
     def test_nothing_is_left_of_removed_files_below_a_replaced_folder(self):
         mount = self.mount()
         (self.drive / "new").mkdir()
         (self.drive / "old").mkdir()
-        file = os.open(self.drive / "old/file", os.O_RDWR | os.O_CREAT)
-        os.write(file, b"content")
-        os.unlink(self.drive / "old/file")
+        files = [os.open(self.drive / f"old/{i}", os.O_RDWR | os.O_CREAT) for i in range(12)]
+        for i, file in enumerate(files):
+            os.write(file, b"content")
+            os.unlink(self.drive / f"old/{i}")
         os.rename(self.drive / "new", self.drive / "old")
-        os.close(file)
-        cached = lambda: list(self.cache.glob("localdisk-mount-*/[0-9]*"))
-        opened = lambda: [
-            link for link in os.listdir(f"/proc/{mount.process.pid}/fd")
-            if os.readlink(f"/proc/{mount.process.pid}/fd/{link}").startswith(str(self.cache))
-            and "localdisk-mount-" in os.readlink(f"/proc/{mount.process.pid}/fd/{link}")
-            and os.path.basename(os.readlink(f"/proc/{mount.process.pid}/fd/{link}").split(" ")[0]).isdigit()
-        ]
-        for _ in range(100):  # the kernel tells of the last close a little later
-            if not cached() and not opened():
+        for file in files:
+            os.close(file)
+        spare = 4  # empty files that wait for the next content
+        folder, = self.cache.glob("localdisk-mount-*")
+
+        def contents(names, size):
+            """Of the files that are there while they are looked at."""
+            found = []
+            for name in names:
+                with contextlib.suppress(FileNotFoundError):
+                    path = Path(os.readlink(name).split(" ")[0]) if os.path.islink(name) else Path(name)
+                    if path.parent == folder and path.name.isdigit():
+                        found.append(size(path))
+            return found
+
+        cached = lambda: contents(folder.iterdir(), lambda path: path.stat().st_size)
+        opened = lambda: contents(Path(f"/proc/{mount.process.pid}/fd").iterdir(), str)
+        for _ in range(1500):  # the kernel tells of the last close a little later
+            if len(opened()) <= spare and len(cached()) <= spare and set(cached()) <= {0}:
                 break
             time.sleep(0.02)
-        self.assertEqual((cached(), opened()), ([], []))
+        else:
+            self.fail(f"left: {cached()} {opened()}")
 
     def test_full_cache_removes_replaces_and_truncates(self):
         self.volume(self.cache, "1m")
@@ -373,6 +412,41 @@ class NoRefusals(DriveCase):
         os.ftruncate(file, 1 << 20)
         os.close(file)
         self.assertEqual((self.root / "sparse").read_bytes(), bytes(1 << 20))
+
+    def test_reading_what_is_replaced_all_the_time(self):
+        (self.root / "file").write_bytes(b"content")
+        self.mount()
+        stop, unexpected = threading.Event(), []
+
+        def read():
+            while not stop.is_set():
+                try:
+                    content = (self.drive / "file").read_bytes()
+                    if content != b"content":
+                        unexpected.append(content)
+                except OSError as error:
+                    unexpected.append(str(error))
+
+        readers = [threading.Thread(target=read) for _ in range(3)]
+        for reader in readers:
+            reader.start()
+        for _ in range(300):
+            (self.drive / "next").write_bytes(b"content")
+            os.replace(self.drive / "next", self.drive / "file")
+        stop.set()
+        for reader in readers:
+            reader.join(60)
+        self.assertEqual(unexpected, [])
+
+    def test_a_removed_file_can_not_be_opened_again(self):
+        (self.root / "file").write_bytes(b"content")
+        self.mount()
+        known = os.open(self.drive / "file", os.O_PATH)
+        os.unlink(self.drive / "file")
+        self.refused(errno.ENOENT, os.open, f"/proc/self/fd/{known}", os.O_RDONLY)
+        self.refused(errno.ENOENT, os.truncate, f"/proc/self/fd/{known}", 0)
+        self.refused(errno.ENOENT, os.utime, f"/proc/self/fd/{known}")
+        os.close(known)
 
     def test_removed_open_folder_and_racing_names(self):
         self.mount()
@@ -424,7 +498,7 @@ class NoRefusals(DriveCase):
 
         mount = self.mount()
         before = numbers()
-        self.assertEqual(mount.end(), 0)
+        self.ends_with(0, mount)
         self.mount()
         self.assertEqual(numbers(), before)
 
@@ -437,10 +511,42 @@ class NoRefusals(DriveCase):
             next(listing)
             reader.read(1)
             writer.write(b"newer")
-            self.assertEqual(mount.end(), 0)
+            self.ends_with(0, mount)
             with contextlib.suppress(OSError):
                 writer.close()
         self.assertEqual((self.root / "written").read_bytes(), b"newer")
+
+    def test_ends_at_any_moment_of_its_start(self):
+        for i in range(24):
+            mount = self.mount(waits=False)
+            if i % 2 == 0:  # the moment it shows
+                while not is_mounted(self.drive) and mount.process.poll() is None:
+                    pass
+            else:
+                time.sleep(i * 0.001)
+            mount.process.terminate()
+            code = mount.process.wait(60)
+            # Before there is anything to undo the signal just ends the process.
+            self.assertIn(code, (0,) if i % 2 == 0 else (0, 130, -signal.SIGTERM), mount.said())
+            self.assertFalse(is_mounted(self.drive))
+            self.assertEqual(list(self.cache.iterdir()), [])
+
+    def test_end_leaves_nothing_of_removed_files_that_programs_have_open(self):
+        for name in ("removed", "replaced"):
+            (self.root / name).write_bytes(b"o" * 3_000_000)
+        (self.root / "new").write_bytes(b"n")
+        (self.root / "folder").mkdir()
+        mount = self.mount()
+        with os.scandir(self.drive / "folder") as listing, open(self.drive / "removed", "rb") as removed, \
+                open(self.drive / "replaced", "rb") as replaced:
+            next(listing, None)
+            os.rmdir(self.drive / "folder")
+            os.unlink(self.drive / "removed")
+            os.rename(self.drive / "new", self.drive / "replaced")
+            self.assertEqual(len(removed.read()) + len(replaced.read()), 6_000_000)
+            self.ends_with(0, mount)
+        self.assertEqual([path.name for path in self.root.iterdir()], ["replaced"])
+        self.assertEqual(list(self.cache.iterdir()), [])
 
 
 def main():

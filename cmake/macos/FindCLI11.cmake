@@ -1,0 +1,2 @@
+include(header_only)
+header_only(CLI11 CLI11::CLI11 CLI)

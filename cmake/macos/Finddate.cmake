@@ -1,0 +1,2 @@
+include(header_only)
+header_only(date date::date date)
