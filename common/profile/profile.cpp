@@ -77,7 +77,7 @@ class Lines {
   }
 
   const ProfileFile& file_;
-  std::array<char, 16 * 1024> block_;
+  std::array<char, std::size_t{16} * 1024> block_;
   std::size_t begin_ = 0, end_ = 0;  // of what was read and not taken
   bool is_at_end_ = false, has_failed_ = false;
 };
