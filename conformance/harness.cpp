@@ -176,8 +176,11 @@ int run(Options options) {
   end_on_interrupt();
 
   const ProcessResult met = run_apart([&] { return meet(options.module); }, options.seconds_a_check);
-  if (met.lines.empty() || !met.lines.front().empty())
-    return refuse(met.lines.empty() ? options.module + " can't be loaded" : met.lines.front());
+  if (met.lines.empty() || !met.lines.front().empty()) {
+    const std::string reason = met.lines.empty() ? "it took too long" : met.lines.front();
+    // What ends the process that loads it is not its code, of which nothing ran yet, but a damaged or cut-off file.
+    return refuse(met.exit_code < 0 ? fmt::format("{} can't be loaded: {}", options.module, reason) : reason);
+  }
   const bool is_localdisk = met.lines.size() > 1 && met.lines[1] == "localdisk";
   if (options.groups.empty() && !is_localdisk) options.groups = {Group::contract};
   if (options.root.empty()) options.root = is_localdisk ? folder.path() : "/";
