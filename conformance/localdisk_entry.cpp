@@ -1,6 +1,7 @@
 // What this module alone promises: its identity, its names and classes, its line for the logger, its utilities.
 #include <dlfcn.h>
 
+#include <cstdint>
 #include <cstdlib>
 #include <mutex>
 
@@ -58,6 +59,15 @@ struct SingleBase {
   const SingleBase* base;
 };
 
+std::string_view name_of(const SingleBase& type) {
+#if defined(__APPLE__) && defined(__aarch64__)
+  // The highest bit marks a name that other libraries may have too.
+  return reinterpret_cast<const char*>(reinterpret_cast<std::uintptr_t>(type.name) & ~(std::uintptr_t{1} << 63));
+#else
+  return type.name;
+#endif
+}
+
 }  // namespace
 
 CONFORMANCE_CHECK(localdisk, "entry.table",
@@ -70,7 +80,7 @@ CONFORMANCE_CHECK(localdisk, "entry.table",
   const auto* type = static_cast<const SingleBase*>(slots[-1]);
   expect(slots[-2] == nullptr, "The table belongs to a part of the object and not to its start");
   for (const char* name : {"9LocalDisk", "12IProtocol_V2", "12IProtocol_V1", "10IRefObject"}) {
-    expect_equal("A class name of the object", std::string_view(type->name), name);
+    expect_equal("A class name of the object", name_of(*type), name);
     if (std::string_view(name) != "10IRefObject") type = type->base;
   }
   Dl_info table{};
