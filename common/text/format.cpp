@@ -1,7 +1,6 @@
 #include "common/text/format.h"
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <climits>
 #include <cstdarg>
@@ -55,14 +54,12 @@ std::string string_format(std::string format, ...) {
   const int callers_errno = errno;  // an argument of the format where the system knows "%m"
   va_list arguments;
   va_start(arguments, format);
-  std::array<char, 256> short_text;
-  const int length = std::vsnprintf(short_text.data(), short_text.size(), format.c_str(), arguments);
+  const int length = std::vsnprintf(nullptr, 0, format.c_str(), arguments);
   va_end(arguments);
   if (length < 0) {
     throw_if_out_of_memory();
     return {};
   }
-  if (static_cast<std::size_t>(length) < short_text.size()) return short_text.data();
 
   std::string text(static_cast<std::size_t>(length), '\0');
   errno = callers_errno;
