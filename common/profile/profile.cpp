@@ -3,11 +3,12 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <array>
 #include <cerrno>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <new>
 #include <optional>
 
@@ -21,65 +22,38 @@ using localdisk::trimmed;
 
 constexpr std::size_t line_room = 2048;  // bytes, the terminator included
 
-// A descriptor, for no mode of a stream keeps it from the host's children on every system.
-class ProfileFile {
- public:
-  explicit ProfileFile(const std::string& path) : descriptor_(::open(path.c_str(), O_RDONLY | O_CLOEXEC)) {
-    if (descriptor_ < 0 && errno == ENOMEM) throw std::bad_alloc();
-  }
-  ~ProfileFile() {
-    if (descriptor_ >= 0) ::close(descriptor_);
-  }
-  ProfileFile(const ProfileFile&) = delete;
-  ProfileFile& operator=(const ProfileFile&) = delete;
-
-  [[nodiscard]] bool is_open() const { return descriptor_ >= 0; }
-  [[nodiscard]] ssize_t read(char* out, std::size_t count) const { return ::read(descriptor_, out, count); }
-
- private:
-  int descriptor_;
+struct StreamCloser {
+  void operator()(std::FILE* stream) const noexcept { std::fclose(stream); }
 };
+using Stream = std::unique_ptr<std::FILE, StreamCloser>;
 
-// A line that has no room is several, and one with a zero byte ends there.
+// Null when the file can't be opened. Opened as a descriptor first, for no mode of a stream keeps it from the host's
+// children on every system.
+Stream open_profile(const std::string& file) {
+  const int descriptor = ::open(file.c_str(), O_RDONLY | O_CLOEXEC);
+  Stream stream(descriptor < 0 ? nullptr : ::fdopen(descriptor, "r"));
+  if (stream == nullptr) {
+    const int reason = errno;
+    if (descriptor >= 0) ::close(descriptor);
+    if (reason == ENOMEM) throw std::bad_alloc();
+  }
+  return stream;
+}
+
 class Lines {
  public:
-  explicit Lines(const ProfileFile& file) : file_(file) {}
+  explicit Lines(std::FILE& stream) : stream_(stream) {}
 
-  // The next line, trimmed; it stands until the next call. A file that can't be read further is at its end, and what
-  // it gave of a line before is none.
+  // The next line, trimmed; it stands until the next call. A failing stream is at its end, for it may never get
+  // there.
   std::optional<std::string_view> next() {
-    for (;;) {
-      const char* const line = block_.data() + begin_;
-      const std::size_t most = std::min(end_ - begin_, line_room - 1);
-      const void* const line_end = std::memchr(line, '\n', most);
-      if (line_end != nullptr) return take(static_cast<std::size_t>(static_cast<const char*>(line_end) - line) + 1);
-      if (most == line_room - 1) return take(most);
-      if (is_at_end_ || !fill()) return most > 0 && !has_failed_ ? take(most) : std::nullopt;
-    }
+    if (std::fgets(line_.data(), static_cast<int>(line_.size()), &stream_) == nullptr) return std::nullopt;
+    return trimmed(line_.data());
   }
 
  private:
-  std::optional<std::string_view> take(std::size_t count) {
-    const std::string_view line(block_.data() + begin_, count);
-    begin_ += count;
-    return trimmed(line.substr(0, line.find('\0')));
-  }
-
-  bool fill() {
-    std::memmove(block_.data(), block_.data() + begin_, end_ - begin_);
-    end_ -= begin_;
-    begin_ = 0;
-    const ssize_t count = file_.read(block_.data() + end_, block_.size() - end_);
-    has_failed_ = count < 0;
-    is_at_end_ = count <= 0;
-    if (count > 0) end_ += static_cast<std::size_t>(count);
-    return count > 0;
-  }
-
-  const ProfileFile& file_;
-  std::array<char, std::size_t{16} * 1024> block_;
-  std::size_t begin_ = 0, end_ = 0;  // of what was read and not taken
-  bool is_at_end_ = false, has_failed_ = false;
+  std::FILE& stream_;
+  std::array<char, line_room> line_;
 };
 
 bool skip_to_section(Lines& lines, const RequestedName& section) {
@@ -99,8 +73,8 @@ std::optional<std::string> value_in_section(Lines& lines, const RequestedName& k
   return std::nullopt;
 }
 
-std::optional<std::string> find_value(const ProfileFile& file, const std::string& section, const std::string& key) {
-  Lines lines(file);
+std::optional<std::string> find_value(std::FILE& stream, const std::string& section, const std::string& key) {
+  Lines lines(stream);
   if (!skip_to_section(lines, RequestedName(trimmed(section)))) return std::nullopt;
   return value_in_section(lines, RequestedName(key));
 }
@@ -118,8 +92,8 @@ unsigned int GetPrivateProfileString(std::string section, std::string key, std::
                                      char* destination, int size, std::string file) {
   if (destination == nullptr || size <= 0) return 0;
   const auto room = static_cast<std::size_t>(size);
-  if (const ProfileFile profile(file); profile.is_open()) {
-    const auto value = find_value(profile, section, key);
+  if (const Stream stream = open_profile(file)) {
+    const auto value = find_value(*stream, section, key);
     const unsigned int count = value ? put(*value, destination, room) : 0;
     if (count != 0) return count;
   }
@@ -130,8 +104,8 @@ unsigned int GetPrivateProfileString(std::string section, std::string key, std::
 // that an int can't hold.
 unsigned int GetPrivateProfileInt(std::string section, std::string key, unsigned int default_value,
                                   std::string file) {
-  const ProfileFile profile(file);
-  if (!profile.is_open()) return default_value;
-  const auto value = find_value(profile, section, key);
+  const Stream stream = open_profile(file);
+  if (stream == nullptr) return default_value;
+  const auto value = find_value(*stream, section, key);
   return value ? static_cast<unsigned int>(std::strtol(value->c_str(), nullptr, 10)) : 0;
 }
