@@ -4,11 +4,10 @@
 // follows it in its part; white space at both ends goes. A header has nothing outside its brackets, and white space
 // inside them goes too. Only the first section of the requested name counts, and it ends where a line starts with
 // "[". In it, a key is all that stands before the first "=", spaces included, and its value all that follows up to
-// the next
-// "=" or the end of the line. A line "key=" without anything behind it is no setting and is passed over like any line
-// that has no "="; "key==" sets the empty value. The first setting of the requested key counts, whatever its value.
-// Names are compared without regard to the case of ASCII letters as the process's C locale has it; the requested
-// section loses the white space at its ends, the requested key does not.
+// another "=" or the end of the line. A line "key=" without anything behind it is no setting and is passed over like
+// any line that has no "="; "key==" sets the empty value. Of several settings of the key only the first counts. Names
+// are compared without regard to the case of ASCII letters as the process's C locale has it; the requested section
+// loses the white space at its ends, the requested key does not.
 //
 // Nothing is kept between calls, which may come from several threads at once. A file that can't be read to its end
 // counts as ending there. Exhausted memory throws std::bad_alloc.
