@@ -210,10 +210,23 @@ class Understanding {
   std::size_t offset_ends_ = std::string::npos;
 };
 
+// The module's reader takes what is no time of day for parts of a date: "12:99" for a day in 1999.
+void expect_times_of_day(const std::string& text) {
+  for (std::size_t colon = text.find(':'); colon != std::string::npos; colon = text.find(':', colon + 1)) {
+    if (colon == 0 || !is_digit(text[colon - 1]) || !is_digit(text[colon + 1])) continue;
+    std::size_t start = colon;
+    while (start > 0 && is_digit(text[start - 1])) --start;
+    const bool is_hour = start == 0 || text[start - 1] != ':';
+    const bool fits = std::atoll(&text[start]) <= (is_hour ? 24 : 59) && std::atoll(&text[colon + 1]) <= 60;
+    if (!fits) refuse(text, fmt::format("'{}' is no time of day", text.substr(start, text.find(' ', start) - start)));
+  }
+}
+
 }  // namespace
 
 time_t read_date(const ModuleFunctions& functions, const std::string& text) {
   if (const std::optional<time_t> exact = read_timestamp(text)) return *exact;
+  expect_times_of_day(text);
   const std::optional<time_t> instant = functions.approximate_date(text);
   if (!instant) refuse(text, "nothing in it is a date; 2024-05-31T12:00:00Z or 'yesterday 5pm' would be");
   const std::optional<StrictDate> strict = functions.strict_date(text);

@@ -209,7 +209,7 @@ class Commands(ToolTest):
         for text in ("no such word", "", "2024-02-30T12:00:00Z", "2024-13-01T00:00:00Z", "2024-01-01T25:00:00Z",
                      "2024-07-01T12:00:00+2", "2024-07-01T12:00:00Zulu", "2024-03-31T02:30:00", "31 Feb 2024", "30.02.2024",
                      "14 Feb 1950", "14 Feb 2150", "tomorrow", "next friday 5pm", "monday 5pm", "5pm foo",
-                     "an hour 5pm", "Fri, 14 Feb 2008 20:30:45 +0100"):
+                     "an hour 5pm", "12:99", "10:30:61", "Fri, 14 Feb 2008 20:30:45 +0100"):
             error = self.host("touch", "new", "--modified", text, code=2, zone=CENTRAL_EUROPE)
             self.assertIn(f"'{text}'", error)
         self.assertFalse(os.path.exists("new"))
