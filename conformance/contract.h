@@ -1,5 +1,4 @@
-// The host's side of the boundary, declared afresh: who builds a host has the contract and no header of
-// the module's.
+// The host's side of the boundary, declared afresh: who builds a host may have nothing but the contract.
 #pragma once
 
 #include <cstdarg>

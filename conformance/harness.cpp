@@ -177,9 +177,10 @@ int run(Options options) {
 
   const ProcessResult met = run_apart([&] { return meet(options.module); }, options.seconds_a_check);
   if (met.lines.empty() || !met.lines.front().empty()) {
-    const std::string reason = met.lines.empty() ? "it took too long" : met.lines.front();
-    // What ends the process that loads it is not its code, of which nothing ran yet, but a damaged or cut-off file.
-    return refuse(met.exit_code < 0 ? fmt::format("{} can't be loaded: {}", options.module, reason) : reason);
+    if (met.exit_code >= 0 && !met.lines.empty()) return refuse(met.lines.front());
+    const char* const ended = met.exit_code < 0 ? "that took too long" : "that ended the process";
+    return refuse(
+        fmt::format("{} can't be loaded: {}", options.module, met.lines.empty() ? ended : met.lines.front()));
   }
   const bool is_localdisk = met.lines.size() > 1 && met.lines[1] == "localdisk";
   if (options.groups.empty() && !is_localdisk) options.groups = {Group::contract};

@@ -1,6 +1,6 @@
 #include <CLI/CLI.hpp>
-#include <algorithm>
 #include <filesystem>
+#include <map>
 
 #include "conformance/harness.h"
 #include "testing/process_locale.h"
@@ -18,8 +18,9 @@ int main(int argc, char** argv) {
   harness::Options options;
   bool only_list = false;
   std::vector<std::string> settings;
-  std::vector<std::string> groups, known;
-  for (const harness::Group group : harness::groups) known.emplace_back(harness::group_name(group));
+  std::vector<std::string> groups;
+  std::map<std::string, harness::Group> known;
+  for (const harness::Group group : harness::groups) known.emplace(harness::group_name(group), group);
 
   CLI::App app{"Checks whether a storage module keeps the contract between module and host", "localdisk-check"};
   app.footer(notes);
@@ -30,8 +31,8 @@ int main(int argc, char** argv) {
                  "module that says it is localdisk")
       ->type_name("NAME")
       ->check([&](const std::string& name) {
-        const bool is_known = std::find(known.begin(), known.end(), name) != known.end();
-        return is_known ? std::string() : "no group '" + name + "'; there are contract, disk and localdisk";
+        return known.contains(name) ? std::string()
+                                    : "no group '" + name + "'; there are contract, disk and localdisk";
       })
       ->allow_extra_args(false);
   app.add_option("--filter", options.filter, "only checks whose name contains this text");
@@ -52,16 +53,12 @@ int main(int argc, char** argv) {
   } catch (const CLI::ParseError& error) {
     return app.exit(error) == 0 ? harness::kept : harness::nothing_checked;
   }
+  for (const std::string& group : groups) options.groups.push_back(known.at(group));
+  if (only_list) return harness::list(options);
   for (const std::string& setting : settings) {
     const std::size_t equals = setting.find('=');
     options.settings.emplace_back(setting.substr(0, equals), setting.substr(equals + 1));
   }
-  for (const harness::Group group : harness::groups) {
-    if (std::find(groups.begin(), groups.end(), harness::group_name(group)) != groups.end()) {
-      options.groups.push_back(group);
-    }
-  }
-  if (only_list) return harness::list(options);
   while (options.root.size() > 1 && options.root.back() == '/') options.root.pop_back();
   options.module = std::filesystem::absolute(options.module);  // the loader looks a bare name up elsewhere
   set_process_locale();

@@ -73,9 +73,8 @@ int put(const Session& session, const CopyOptions& options) {
     throw CommandError(fmt::format("{} is {}: name the file that standard input becomes", path,
                                    is_folder(*there) ? "a folder" : there->what));
   }
-  mirror.transfer().upload_input(path);
-  session.report.print_result(
-      fmt::format("1 file, {}", readable_bytes(static_cast<double>(mirror.transfer().bytes()))));
+  const long long size = mirror.transfer().upload_input(path);
+  session.report.print_result(fmt::format("1 file, {}", readable_bytes(static_cast<double>(size))));
   return exit_done;
 }
 

@@ -117,7 +117,6 @@ void Transfer::download(const std::string& path, const Entry& file, const std::s
   out.close(local);
   expect(::rename(part.c_str(), local.c_str()) == 0, local);
   leftover.keep();
-  bytes_ += done;
 }
 
 void Transfer::upload(const std::string& local, const std::string& path) {
@@ -127,7 +126,7 @@ void Transfer::upload(const std::string& local, const std::string& path) {
   upload_content(in.number(), status.st_size, status.st_atime, status.st_mtime, path);
 }
 
-void Transfer::upload_input(const std::string& path) {
+long long Transfer::upload_input(const std::string& path) {
   // The module wants to know the size first.
   const std::unique_ptr<std::FILE, int (*)(std::FILE*)> kept(std::tmpfile(), std::fclose);
   expect(kept != nullptr, "the temporary file for standard input");
@@ -142,6 +141,7 @@ void Transfer::upload_input(const std::string& path) {
   }
   const time_t now = ::time(nullptr);
   upload_content(::fileno(kept.get()), size, now, now, path);
+  return size;
 }
 
 void Transfer::upload_content(int in, long long size, time_t accessed, time_t modified, const std::string& path) {
@@ -172,7 +172,6 @@ void Transfer::upload_content(int in, long long size, time_t accessed, time_t mo
     throw OperationError("write", path, error.status(), error.reason());
   }
   leftover.keep();
-  bytes_ += size;
 }
 
 void Transfer::print(const std::string& path, long long offset, long long length) {

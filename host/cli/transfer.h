@@ -24,22 +24,19 @@ class Transfer {
 
   void download(const std::string& path, const Entry& file, const std::string& local);
   void upload(const std::string& local, const std::string& path);
-  // What standard input gives, to its end.
-  void upload_input(const std::string& path);
+  // What standard input gives, to its end. Answers how many bytes that was.
+  long long upload_input(const std::string& path);
   // The file's bytes from `offset` on, `length` of them, to standard output.
   void print(const std::string& path, long long offset, long long length);
 
   // Whether the contents, of this size both, are equal.
   bool same_content(const std::string& local, const std::string& path, long long size);
 
-  [[nodiscard]] long long bytes() const { return bytes_; }
-
  private:
   void upload_content(int in, long long size, time_t accessed, time_t modified, const std::string& path);
 
   Drive& drive_;
   Report& report_;
-  long long bytes_ = 0;
 };
 
 }  // namespace host

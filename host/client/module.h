@@ -24,7 +24,7 @@ class Module {
 
   [[nodiscard]] const std::filesystem::path& file() const { return file_; }
   [[nodiscard]] const std::string& protocol() const { return protocol_; }
-  [[nodiscard]] int auth_type() const;
+  [[nodiscard]] int auth_type() const;  // 0: the user is asked for nothing
 
   // The function of that symbol name. Decorated names are the C++ compiler's.
   template <class Signature>

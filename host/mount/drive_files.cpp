@@ -93,7 +93,7 @@ Described DriveFiles::attributes(Node& node) {
 
 void DriveFiles::resize(Node& node, const FileHandle* handle, long long size) {
   const Hold hold(table_, node);
-  table_.locked([&] { node.last_asked = {}; });
+  table_.ask_again(node);
   if (handle != nullptr) return handle->file->resize(hold.path(), size);
   const std::unique_ptr<FileHandle> opened = open_held(node, hold.path(), O_WRONLY);
   try {
@@ -193,14 +193,14 @@ void DriveFiles::write(FileHandle& handle, std::span<const char> data, long long
     const std::lock_guard lock(handle.ahead->lock);
     handle.ahead->is_fresh = false;
   }
-  table_.locked([&] { handle.node.last_asked = {}; });
+  table_.ask_again(handle.node);
   appends ? static_cast<void>(handle.file->append(hold.path(), data)) : handle.file->write(hold.path(), data, offset);
 }
 
 void DriveFiles::flush(FileHandle& handle) {
   const Hold hold(table_, handle.node);
   handle.file->flush(hold.path());
-  table_.locked([&] { handle.node.last_asked = {}; });
+  table_.ask_again(handle.node);
 }
 
 void DriveFiles::close(std::unique_ptr<FileHandle> handle) {

@@ -1,29 +1,20 @@
 // The program localdisk-mount, which the command mount of localdisk-host becomes.
-#include <array>
-#include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
 
 #include "host/client/drive.h"
 #include "host/client/errors.h"
+#include "host/client/log.h"
 #include "host/client/report.h"
 #include "host/mount/mounted_drive.h"
 #include "host/mount/options.h"
 
 namespace {
 
-struct ErrorLog final : ILog {
-  void Reserved1() override {}
-  void Reserved2() override {}
-  [[gnu::format(printf, 3, 0)]] void LogV(LOGLEVEL level, const char* format, va_list arguments) override {
-    std::array<char, 1024> line{};
-    std::vsnprintf(line.data(), line.size(), format, arguments);
-    std::fprintf(stderr, "log %d: %s\n", static_cast<int>(level), line.data());
-  }
-};
+void print_log_line(int level, const std::string& line) { std::fprintf(stderr, "log %d: %s\n", level, line.c_str()); }
 
 int run(const host::MountOptions& options) {
-  ErrorLog log;
+  host::LineLog log(print_log_line);
   host::Module module(options.module);
   if (options.verbose) module.bind_logger(&log);
   host::Drive drive(module);

@@ -13,7 +13,8 @@ struct MountOptions {
   bool read_only = false, foreground = false, verbose = false;
 };
 
-// A handler that only notes a signal would forget it when the process becomes another program.
+// SIGINT, SIGTERM and SIGHUP end the process again, but for those that are ignored. To be called before mount: a
+// handler that only notes a signal would forget it when the process becomes another program.
 void let_signals_end_the_process();
 
 // Becomes localdisk-mount, whose exit code is the command's. Comes back only where that program is missing or can't

@@ -206,6 +206,11 @@ void NodeTable::move(Node& node, Node& folder, const std::string& name) {
   folder.children.emplace(node.name, &node);
 }
 
+void NodeTable::ask_again(Node& node) {
+  const std::lock_guard lock(lock_);
+  node.last_asked = {};
+}
+
 void NodeTable::remember(Node& node, const Attributes& now) {
   const std::lock_guard lock(lock_);
   node.last = now;

@@ -105,6 +105,8 @@ class NodeTable {
   void move(Node& node, Node& folder, const std::string& name);
 
   void remember(Node& node, const Attributes& now);
+  // What was said of the node last doesn't hold any more: the next question goes to the drive.
+  void ask_again(Node& node);
   void count_change(Node& folder);
 
   template <class Body>

@@ -13,6 +13,7 @@ namespace host {
 template <class Handle>
 class OpenHandles {
  public:
+  // Answers the handle's number, which is never that of another one that is open.
   std::uint64_t keep(std::unique_ptr<Handle> handle) {
     const auto number = reinterpret_cast<std::uint64_t>(handle.get());
     const std::lock_guard guard(lock_);
@@ -20,6 +21,7 @@ class OpenHandles {
     return number;
   }
 
+  // The two below take a number that keep gave and release has not taken.
   static Handle& at(std::uint64_t number) { return *reinterpret_cast<Handle*>(number); }
 
   std::unique_ptr<Handle> release(std::uint64_t number) {

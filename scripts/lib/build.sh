@@ -15,7 +15,7 @@ build() {
 
 # duration_of STEPS: what to expect, at four seconds of a processor for each step.
 duration_of() {
-  local minutes=$((($1 * 4 / $(nproc) + 30) / 60))
+  local minutes=$((($1 * 4 / $(getconf _NPROCESSORS_ONLN) + 30) / 60))
   case $minutes in
     0) echo "less than a minute" ;;
     1) echo "about a minute" ;;

@@ -3,6 +3,7 @@
 processor, without running them, and prints each thing that is not as it has to be. Exit code 1 if there is one.
 """
 import json
+import os
 import pathlib
 import re
 import shlex
@@ -84,7 +85,7 @@ def look_at_interface(library, private):
         skip = word in ("-o", "-c", "-MF", "-MT")
     script = root / "scripts/lib/interface.py"
     text = subprocess.run([sys.executable, script, words[start], *options, "--library", library], check=True, text=True,
-                          stdout=subprocess.PIPE, env={"LOCALDISK_NM": str(tools / "llvm-nm"), "PATH": "/usr/bin:/bin"}).stdout
+                          stdout=subprocess.PIPE, env={**os.environ, "LOCALDISK_NM": str(tools / "llvm-nm")}).stdout
     if private:
         text += "not exported on this processor, where each library has its own and compares it by name\n"
         text += "".join(f"       _{name}\n" for name in private)

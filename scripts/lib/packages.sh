@@ -3,6 +3,8 @@
 source "${BASH_SOURCE[0]%/*}/quietly.sh"
 
 need() {
+  # Where there are no such packages, everything is installed by hand, and the build says what it misses.
+  command -v dpkg-query >/dev/null || return 0
   local missing=() package
   for package in "$@"; do
     dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null | grep -qx installed || missing+=("$package")
