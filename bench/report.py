@@ -69,6 +69,8 @@ GOALS = {
     "split_delim": ("baseline", 1.0),
     "split": ("peer", 0.65),
     "is_email_valid": ("baseline", 1.1),
+    "string_format": ("baseline", 1.0),
+    "GetSystemTimeRfc3339": ("baseline", 1.5),
 }
 
 PROTOCOL = re.compile("list |GetFileInfo|Read |Upload |CreateDirectory|Move|SetFileTime")

@@ -2,6 +2,7 @@
 #include <iconv.h>
 
 #include <cctype>
+#include <cstdio>
 #include <regex>
 #include <string>
 #include <utility>
@@ -10,6 +11,7 @@
 #include "bench/rows.h"
 #include "common/text/base64.h"
 #include "common/text/email.h"
+#include "common/text/format.h"
 #include "common/text/split.h"
 #include "common/text/tokenize.h"
 #include "common/text/url_encode.h"
@@ -146,6 +148,19 @@ void add_email() {
   });
 }
 
+// Read afresh each time, or the compiler works the length out beforehand.
+const char* volatile part_of = file_name;
+volatile int part = 12;
+
+void add_format() {
+  bench::Row("string_format").module([] { return string_format("%s, part %d", part_of, part); }).baseline([] {
+    const int length = std::snprintf(nullptr, 0, "%s, part %d", part_of, part);
+    std::string text(static_cast<std::size_t>(length), '\0');
+    std::snprintf(text.data(), text.size() + 1, "%s, part %d", part_of, part);
+    return text;
+  });
+}
+
 }  // namespace
 
 void bench::add_text_rows() {
@@ -159,4 +174,5 @@ void bench::add_text_rows() {
   add_url();
   add_splitting();
   add_email();
+  add_format();
 }

@@ -65,6 +65,26 @@ int number(const char*& at) {
   return value;
 }
 
+void put_digits(char* at, std::size_t count, long value) {
+  for (; count > 0; value /= 10) at[--count] = static_cast<char>('0' + value % 10);
+}
+
+std::string now_by_hand() {
+  timespec now{};
+  ::clock_gettime(CLOCK_REALTIME, &now);
+  tm utc{};
+  ::gmtime_r(&now.tv_sec, &utc);
+  std::string text = "0000-00-00T00:00:00.000";
+  put_digits(&text[0], 4, utc.tm_year + 1900L);
+  put_digits(&text[5], 2, utc.tm_mon + 1L);
+  put_digits(&text[8], 2, utc.tm_mday);
+  put_digits(&text[11], 2, utc.tm_hour);
+  put_digits(&text[14], 2, utc.tm_min);
+  put_digits(&text[17], 2, utc.tm_sec);
+  put_digits(&text[20], 3, now.tv_nsec / 1000000);
+  return text;
+}
+
 // Reads the one shape of the row and checks nothing but the separators.
 time_t instant_by_hand(const char* at) {
   const int year = number(at);
@@ -129,6 +149,7 @@ void bench::add_time_rows() {
   Row("TimeToRFC3339").module([] { return TimeToRFC3339(next_instant()); }).baseline([] {
     return printed_utc(next_instant());
   });
+  Row("GetSystemTimeRfc3339").module(GetSystemTimeRfc3339).baseline(now_by_hand);
   Row("RFC3339ToTM").module([] { return RFC3339ToTM(timestamp); }).baseline(instant_of_fields);
   Row("parse8601")
       .module([] { return from_stream([](std::istream&& in) { return parse8601(std::move(in)); }); })

@@ -42,8 +42,7 @@ class Record {
     } else {
       file_.type = described == Described::by_target ? localdisk::type_of(status) : FS_TYPE_FILE;
       file_.size = status.st_size;
-      times_.set(status);
-      times_.put_into(file_);
+      times_.put_into(file_, status);
     }
     return &file_;
   }

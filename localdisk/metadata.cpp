@@ -9,28 +9,28 @@
 
 namespace localdisk {
 
-void WallClock::set(time_t instant) noexcept {
-  if (instant_ == instant) return;
+std::string_view WallClock::at(time_t instant) noexcept {
+  if (instant_ == instant) return text_.view();
   instant_ = instant;
   tm local{};
-  text_ = ::localtime_r(&instant, &local) == nullptr ? TimestampText() : TimestampText(local);
+  if (::localtime_r(&instant, &local) != nullptr) {
+    text_.set(local);
+  } else {
+    text_.clear();
+  }
+  return text_.view();
 }
 
-void FileTimes::set(const struct stat& status) noexcept {
-  ctime_.set(status.st_ctime);
-  if (status.st_mtime == status.st_ctime) mtime_ = ctime_;
-  mtime_.set(status.st_mtime);
-  if (status.st_atime == status.st_mtime) atime_ = mtime_;
-  atime_.set(status.st_atime);
-}
-
-void FileTimes::put_into(_FS_FILE_V2& file) const {
-  file.ctime.reserve(ctime_.view().size());
-  file.atime.reserve(atime_.view().size());
-  file.mtime.reserve(mtime_.view().size());
-  file.ctime = ctime_.view();
-  file.atime = atime_.view();
-  file.mtime = mtime_.view();
+void FileTimes::put_into(_FS_FILE_V2& file, const struct stat& status) {
+  const std::string_view changed = ctime_.at(status.st_ctime);
+  const std::string_view modified = status.st_mtime == status.st_ctime ? changed : mtime_.at(status.st_mtime);
+  const std::string_view accessed = status.st_atime == status.st_mtime ? modified : atime_.at(status.st_atime);
+  file.ctime.reserve(changed.size());
+  file.atime.reserve(accessed.size());
+  file.mtime.reserve(modified.size());
+  file.ctime = changed;
+  file.atime = accessed;
+  file.mtime = modified;
 }
 
 int type_of(const struct stat& status) { return S_ISDIR(status.st_mode) ? FS_TYPE_DIRECTORY : FS_TYPE_FILE; }
@@ -42,8 +42,7 @@ bool is_file_or_directory(const struct stat& status) { return S_ISREG(status.st_
 void LocalDisk::FillData(std::string directory, struct stat* status, _FS_FILE_V2* file) const {
   localdisk::append_name(directory, file->name);
   localdisk::FileTimes times;
-  times.set(*status);
-  times.put_into(*file);
+  times.put_into(*file, *status);
   // Nothing below can fail.
   file->type = localdisk::type_of(*status);
   file->path = std::move(directory);

@@ -16,8 +16,8 @@ namespace localdisk {
 // the one that the last ::tzset saw, which an operation calls once before it describes entries.
 class WallClock {
  public:
-  void set(time_t instant) noexcept;
-  [[nodiscard]] std::string_view view() const noexcept { return text_.view(); }
+  // The answer lives until the next question.
+  std::string_view at(time_t instant) noexcept;
 
  private:
   std::optional<time_t> instant_;  // of the text, for it takes a while to tell
@@ -28,10 +28,8 @@ class WallClock {
 // the last one has in common with them: what was written together has its times together.
 class FileTimes {
  public:
-  void set(const struct stat& status) noexcept;
-
   // Writes the texts into the strings that the record has. Gets the memory for all of them before it changes one.
-  void put_into(_FS_FILE_V2& file) const;
+  void put_into(_FS_FILE_V2& file, const struct stat& status);
 
  private:
   WallClock ctime_, atime_, mtime_;

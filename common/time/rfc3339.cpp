@@ -4,7 +4,11 @@
 
 #include "common/time/timestamp_text.h"
 
-std::string TMToRFC3339(tm* t) { return std::string(localdisk::TimestampText(*t).view()); }
+std::string TMToRFC3339(tm* t) {
+  localdisk::TimestampText text;
+  text.set(*t);
+  return std::string(text.view());
+}
 
 std::string TMToUTCRFC3339(tm* t) {
   ::mktime(t);

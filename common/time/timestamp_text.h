@@ -11,8 +11,11 @@ namespace localdisk {
 // The text in place, for callers that have a string of their own to put it into.
 class TimestampText {
  public:
-  TimestampText() noexcept = default;            // empty
-  explicit TimestampText(const tm& t) noexcept;  // of the fields as they are, see TMToRFC3339
+  TimestampText() noexcept = default;  // empty
+
+  // Becomes the text of the fields as they are, see TMToRFC3339.
+  void set(const tm& t) noexcept;
+  void clear() noexcept { length_ = 0; }
 
   [[nodiscard]] std::string_view view() const noexcept { return {text_.data(), length_}; }
 
