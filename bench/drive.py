@@ -4,13 +4,13 @@
   drive.py LOCALDISK-HOST [--quick] [WORD ...]
 
 Prints a table of ratios, of the rows whose name contains one of the words, if any are given. Each is of the best of three
-times (one with --quick), the sides taking turns. Work of the lowest priority keeps the processors awake meanwhile: small requests would mostly wait for a sleeping one.
+times (one with --quick), the sides taking turns. The transfers have all processors. All else has one: small requests
+would mostly wait for another one to wake up, and whether they do is the scheduler's choice as long as a drive is mounted.
 """
 
 import math
 import os
 import shutil
-import signal
 import subprocess
 import sys
 import tempfile
@@ -25,12 +25,6 @@ LARGE = (64 if QUICK else 512) << 20
 SMALL, MANY = (400, 4000) if QUICK else (2000, 20000)
 BLOCK = b"0123456789abcdef" * (1 << 16)
 IDLE = 2.2  # seconds after which a file's times are old enough for its pages to be kept
-
-
-def spin():
-    os.nice(19)
-    while True:
-        pass
 
 
 class Sides:
@@ -54,6 +48,11 @@ class Sides:
                 return
             time.sleep(0.05)
         raise OSError(f"{name} is not mounted")
+
+    def run_on(self, processors):
+        for process in (os.getpid(), *(process.pid for process in self.running)):
+            for thread in os.listdir(f"/proc/{process}/task"):
+                os.sched_setaffinity(int(thread), processors)
 
     def unmount(self):
         for name in ("bindfs", "drive"):
@@ -176,9 +175,11 @@ def ensure_small(sides):
 def measure(sides):
     print("| work | bindfs ÷ plain | drive ÷ plain | drive ÷ bindfs |\n|---|---|---|---|", flush=True)
     products = []
+    processors = os.sched_getaffinity(0)
     for name, work, prepare in rows(sides):
         if WORDS and not any(word in name for word in WORDS):
             continue
+        sides.run_on(processors if work in (write_large, read_large) else {min(processors)})
         best = {side: math.inf for side in sides.folders}
         for _ in range(ROUNDS):
             for side, folder in sides.folders.items():
@@ -197,21 +198,13 @@ def main():
     if os.geteuid() != 0 or not os.access("/dev/fuse", os.W_OK):
         sys.exit("the drive's rows need root and /dev/fuse: to mount, and to make the kernel forget")
     base = Path(tempfile.mkdtemp(prefix="localdisk-drive-bench-", dir="/dev/shm"))
-    sides, spinners = Sides(base), []
+    sides = Sides(base)
     try:
         make_tree(sides.root)
         make_repository(sides.root)
         sides.mount()
-        for _ in range(os.cpu_count() or 1):
-            child = os.fork()
-            if child == 0:
-                spin()
-            spinners.append(child)
         measure(sides)
     finally:
-        for spinner in spinners:
-            os.kill(spinner, signal.SIGKILL)
-            os.waitpid(spinner, 0)
         sides.unmount()
         shutil.rmtree(base, ignore_errors=True)
 

@@ -169,22 +169,26 @@ void DriveFiles::prepare_reading(FileHandle& handle, const std::string& path) {
   table_.locked([&] { handle.node.kept_since = since; });
   if (file.directory || file.size == 0 || file.size > small_content) return drive_.expect_readable(path, file);
   handle.ahead = std::make_unique<FileHandle::Ahead>();
-  handle.ahead->content.resize(static_cast<std::size_t>(file.size) + 1);  // one more tells whether it grew
-  handle.ahead->content.resize(drive_.read(path, 0, handle.ahead->content));
-  handle.ahead->is_fresh = static_cast<long long>(handle.ahead->content.size()) == file.size;
+  std::string& content = handle.ahead->content;
+  content.resize(static_cast<std::size_t>(file.size));
+  drive_.read(path, 0, content, [&](std::span<const char> got) {
+    handle.ahead->is_fresh = got.size() == content.size();
+    if (handle.ahead->is_fresh) std::copy(got.begin(), got.end(), content.begin());
+  });
 }
 
-std::size_t DriveFiles::read(FileHandle& handle, std::span<char> out, long long offset) {
+void DriveFiles::read(FileHandle& handle, std::span<char> room, long long offset, const RootedDrive::Take& take) {
   const Hold hold(table_, handle.node);
-  if (handle.ahead && offset == 0 && !handle.file->is_cached()) {
-    const std::lock_guard lock(handle.ahead->lock);
-    const std::string& content = handle.ahead->content;
-    if (std::exchange(handle.ahead->is_fresh, false) && content.size() <= out.size()) {
-      std::copy(content.begin(), content.end(), out.begin());
-      return content.size();
+  const std::shared_ptr<OpenFile> file = handle.file;
+  if (handle.ahead && offset == 0 && !file->is_cached()) {
+    std::unique_lock lock(handle.ahead->lock);
+    if (std::exchange(handle.ahead->is_fresh, false) && handle.ahead->content.size() <= room.size()) {
+      const std::string content = std::move(handle.ahead->content);
+      lock.unlock();
+      return take(content);
     }
   }
-  return handle.file->read(hold.path(), out, offset);
+  file->read(hold.path(), room, offset, take);
 }
 
 void DriveFiles::write(FileHandle& handle, std::span<const char> data, long long offset, bool appends) {

@@ -75,7 +75,8 @@ class DriveFiles {
   void set_times(Node& node, const NewTimes& times);
 
   std::unique_ptr<FileHandle> open(Node& node, int flags);
-  std::size_t read(FileHandle& handle, std::span<char> out, long long offset);
+  // When `take` is called, the handle is not used any more: who gets the content may close it.
+  void read(FileHandle& handle, std::span<char> room, long long offset, const RootedDrive::Take& take);
   void write(FileHandle& handle, std::span<const char> data, long long offset, bool appends);
   void flush(FileHandle& handle);
   void close(std::unique_ptr<FileHandle> handle);  // what can't be uploaded stays here, and is tried again

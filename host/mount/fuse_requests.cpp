@@ -184,8 +184,9 @@ void on_read(fuse_req_t request, fuse_ino_t /*number*/, size_t size, off_t offse
   answer(request, [&] {
     thread_local std::vector<char> buffer;
     if (buffer.size() < size) buffer.resize(size);
-    const std::size_t got = files(request).read(file_of(*info), {buffer.data(), size}, offset);
-    ::fuse_reply_buf(request, buffer.data(), got);
+    files(request).read(file_of(*info), {buffer.data(), size}, offset, [&](std::span<const char> content) {
+      ::fuse_reply_buf(request, content.data(), content.size());
+    });
   });
 }
 

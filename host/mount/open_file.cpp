@@ -44,14 +44,14 @@ void OpenFile::start_removed() {
   seen_.accessed = seen_.modified = seen_.changed = ::time(nullptr);
 }
 
-std::size_t OpenFile::read(const std::string& path, std::span<char> out, long long offset) {
+void OpenFile::read(const std::string& path, std::span<char> room, long long offset, const RootedDrive::Take& take) {
   const std::shared_lock lock(content_lock_);
   const std::optional<Attributes> cached = cached_attributes();
-  if (!cached) return drive_.read(path, offset, out);
-  if (content_) return content_->read(out, offset);
-  if (!aside_.empty()) return drive_.read(aside_, offset, out);
+  if (!cached) return drive_.read(path, offset, room, take);
+  if (content_) return take(room.first(content_->read(room, offset)));
+  if (!aside_.empty()) return drive_.read(aside_, offset, room, take);
   if (cached->size > 0) throw_errno(EIO, path);
-  return 0;
+  take({});
 }
 
 void OpenFile::write(const std::string& path, std::span<const char> data, long long offset) {

@@ -27,7 +27,7 @@ class OpenFile {
   OpenFile(const OpenFile&) = delete;
   OpenFile& operator=(const OpenFile&) = delete;
 
-  std::size_t read(const std::string& path, std::span<char> out, long long offset);
+  void read(const std::string& path, std::span<char> room, long long offset, const RootedDrive::Take& take);
   void write(const std::string& path, std::span<const char> data, long long offset);
   // Writes at the end that the file has on the drive now. Answers where that was.
   long long append(const std::string& path, std::span<const char> data);

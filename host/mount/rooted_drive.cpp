@@ -137,20 +137,25 @@ void RootedDrive::list(const std::string& path, const Visit& visit) {
 
 std::optional<Quota> RootedDrive::volume() { return drive_.quota(); }
 
-std::size_t RootedDrive::read(const std::string& path, long long offset, std::span<char> out) {
-  if (out.empty()) return 0;
+void RootedDrive::read(const std::string& path, long long offset, std::span<char> room, const Take& take) {
   std::size_t got = 0;
+  bool is_taken = room.empty();
+  const auto receive = [&](const unsigned char* data, std::size_t size) {
+    if (size == room.size()) {
+      is_taken = true;
+      return take({reinterpret_cast<const char*>(data), size});
+    }
+    std::memcpy(room.subspan(got, size).data(), data, size);
+    got += size;
+  };
   try {
-    drive_.read(on_drive(path), offset, static_cast<long long>(out.size()), new_handle(),
-                [&](const unsigned char* data, std::size_t size) {
-                  std::memcpy(out.subspan(got, size).data(), data, size);
-                  got += size;
-                });
+    if (!is_taken) drive_.read(on_drive(path), offset, static_cast<long long>(room.size()), new_handle(), receive);
   } catch (const OperationError& error) {
-    const bool at_the_end = error.status() == FS_ERR_READ && error.reason() == 0;
+    // A failure behind the last byte took nothing from what was asked for.
+    const bool at_the_end = is_taken || (error.status() == FS_ERR_READ && error.reason() == 0);
     if (!at_the_end) throw;
   }
-  return got;
+  if (!is_taken || room.empty()) take(room.first(got));
 }
 
 void RootedDrive::fetch(const std::string& path, long long size, const Drive::Sink& sink) {

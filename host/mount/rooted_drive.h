@@ -58,8 +58,10 @@ class RootedDrive {
   void list(const std::string& path, const Visit& visit);
   std::optional<Quota> volume();
 
-  // Reads what there is of the range and answers how much it was: less than `out` holds at the file's end only.
-  std::size_t read(const std::string& path, long long offset, std::span<char> out);
+  // Reads what there is of as much as `room` takes, and hands it over once: less than that at the file's end only.
+  // What the module gives in one piece never goes through `room`.
+  using Take = std::function<void(std::span<const char> content)>;
+  void read(const std::string& path, long long offset, std::span<char> room, const Take& take);
   void fetch(const std::string& path, long long size, const Drive::Sink& sink);
   // Fails where the file can't be read, and where it is a pipe, a device or a socket, without opening such a thing.
   void expect_readable(const std::string& path, const Attributes& file);
