@@ -8,19 +8,19 @@ namespace localdisk {
 std::size_t normalize(std::string_view path, char* out) {
   if (path.empty()) return 0;
   std::size_t kept = 0;
-  for (std::size_t start = 0; start < path.size();) {
-    const std::size_t end = std::min(path.find('/', start), path.size());
-    const std::string_view component = path.substr(start, end - start);
-    start = end + 1;
-    if (component.empty() || component == ".") continue;
-    if (component == "..") {
+  for (std::size_t at = 0; at < path.size(); ++at) {
+    const std::size_t before = kept;
+    out[kept++] = '/';
+    // Most components are so short that a call which looks for their end takes longer than this.
+    while (at < path.size() && path[at] != '/') out[kept++] = path[at++];
+    const std::string_view component(out + before + 1, kept - before - 1);
+    if (component.empty() || component == ".") {
+      kept = before;
+    } else if (component == "..") {
+      kept = before;
       while (kept > 0 && out[--kept] != '/') {
       }
-      continue;
     }
-    out[kept++] = '/';
-    std::memcpy(out + kept, component.data(), component.size());
-    kept += component.size();
   }
   if (kept == 0) out[kept++] = '/';
   if (path.front() == '/') return kept;

@@ -22,13 +22,14 @@ struct ArgumentsReleaser {
 };
 
 // Reads of long files come in requests of 128 KiB, unless more is allowed where only an administrator may write; for
-// everybody else it stays at that. One chunk of the module answers one such request.
+// everybody else it stays at that. Longer ones than these no longer fit the processor's cache.
 void allow_long_requests([[maybe_unused]] const std::string& mount_point) {
 #if defined(__linux__)
+  constexpr int kibibytes = 256;
   struct statx known {};  // without a request, for nobody answers yet
   if (::statx(AT_FDCWD, mount_point.c_str(), AT_STATX_DONT_SYNC, 0, &known) != 0) return;
   std::ofstream(fmt::format("/sys/class/bdi/{}:{}/read_ahead_kb", known.stx_dev_major, known.stx_dev_minor))
-      << 256;
+      << kibibytes;
 #endif
 }
 
