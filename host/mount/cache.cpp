@@ -59,7 +59,7 @@ fs::path put_under(const fs::path& rescue, const std::string& drive_path, unsign
 
 CacheFile::CacheFile(CacheFolder& folder, unsigned long number) : folder_(&folder), number_(number) {
   file_ = Descriptor(::open(path().c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, private_file));
-  check(static_cast<bool>(file_), path());
+  expect(static_cast<bool>(file_));
 }
 
 CacheFile::CacheFile(CacheFolder& folder, unsigned long number, Descriptor file)
@@ -89,12 +89,16 @@ CacheFile::~CacheFile() {
 
 fs::path CacheFile::path() const { return folder_->path() / std::to_string(number_); }
 
+void CacheFile::expect(bool good) const {
+  if (!good) check(false, path());
+}
+
 std::size_t CacheFile::read(std::span<char> out, long long offset) const {
   const long long wanted = std::clamp(size_ - offset, 0LL, static_cast<long long>(out.size()));
   for (long long done = 0; done < wanted;) {
     const ssize_t got =
         ::pread(file_.get(), out.data() + done, static_cast<std::size_t>(wanted - done), offset + done);
-    check(got >= 0, path());
+    expect(got >= 0);
     if (got == 0) throw std::system_error(EIO, std::generic_category(), path().string() + " was cut off");
     done += got;
   }
@@ -104,7 +108,7 @@ std::size_t CacheFile::read(std::span<char> out, long long offset) const {
 void CacheFile::write(std::span<const char> data, long long offset) {
   while (!data.empty()) {
     const ssize_t put = ::pwrite(file_.get(), data.data(), data.size(), offset);
-    check(put >= 0, path());
+    expect(put >= 0);
     data = data.subspan(static_cast<std::size_t>(put));
     offset += put;
     size_ = std::max(size_, offset);
@@ -119,7 +123,7 @@ void CacheFile::append(std::span<const char> data) {
 }
 
 void CacheFile::resize(long long size) {
-  check(::ftruncate(file_.get(), size) == 0, path());
+  expect(::ftruncate(file_.get(), size) == 0);
   size_ = size;
 }
 

@@ -47,6 +47,7 @@ class CacheFile {
 
  private:
   [[nodiscard]] std::filesystem::path path() const;
+  void expect(bool good) const;  // throws the errno of what failed
 
   CacheFolder* folder_;  // none where there is nothing to remove
   unsigned long number_;

@@ -31,16 +31,17 @@ bool NodeTable::is_at_or_below(const Node& node, const Node& top) {
 std::string NodeTable::path_of(const Node& node) {
   if (node.is_removed) return {};
   if (node.parent == nullptr) return "/";
-  std::vector<const Node*> chain;
   std::size_t length = 0;
   for (const Node* at = &node; at->parent != nullptr; at = at->parent) {
-    chain.push_back(at);
     length += at->name.size() + 1;
     if (at->parent->is_removed) return {};
   }
-  std::string path;
-  path.reserve(length);
-  for (auto at = chain.rbegin(); at != chain.rend(); ++at) path.append("/").append((*at)->name);
+  std::string path(length, '/');
+  for (const Node* at = &node; at->parent != nullptr; at = at->parent) {
+    length -= at->name.size();
+    at->name.copy(&path[length], at->name.size());
+    --length;
+  }
   return path;
 }
 
@@ -64,7 +65,8 @@ NodeTable::Hold::Hold(NodeTable& table, Node& node) : table_(table), node_(&node
 
 NodeTable::Hold::Hold(NodeTable& table, Node& folder, std::string_view name) : Hold(table, folder) {
   if (path_.empty()) throw_errno(ENOENT, std::string(name));
-  path_ = below(path_, std::string(name));
+  if (path_ != "/") path_ += '/';
+  path_ += name;
 }
 
 NodeTable::Hold::~Hold() {

@@ -115,12 +115,8 @@ std::string RootedDrive::aside_path(unsigned long number) const {
 
 std::optional<Attributes> RootedDrive::find(const std::string& path) {
   if (is_own(name_of(path))) return std::nullopt;
-  try {
-    return attributes_of(drive_.info(on_drive(path)));
-  } catch (const OperationError& error) {
-    if (says_absent(error)) return std::nullopt;
-    throw;
-  }
+  const std::optional<_FS_FILE_V2> file = drive_.find(on_drive(path));
+  return file ? std::optional(attributes_of(*file)) : std::nullopt;
 }
 
 Attributes RootedDrive::attributes(const std::string& path) {
