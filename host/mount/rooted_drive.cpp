@@ -137,6 +137,8 @@ void RootedDrive::read(const std::string& path, long long offset, std::span<char
   std::size_t got = 0;
   bool is_taken = room.empty();
   const auto receive = [&](const unsigned char* data, std::size_t size) {
+    if (is_taken) return;  // what a module gives beyond what it was asked for
+    if (size > room.size() - got) throw_errno(EIO, path);
     if (size == room.size()) {
       is_taken = true;
       return take({reinterpret_cast<const char*>(data), size});
