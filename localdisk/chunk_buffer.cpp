@@ -27,16 +27,12 @@ bool is_slow_place(const unsigned char* memory, long long offset) noexcept {
 
 }  // namespace
 
-// The least alignment that has a good place is taken. A block that starts at a page would do nearly everywhere, but
-// it never fits where the C library put the last one: each transfer would have 516 KiB mapped, filled with zeroes and
-// unmapped again, which takes several times as long as a small transfer itself. Even a block that starts at a cache
-// line costs a small transfer a twentieth, for what was cut off before it has to be put together again.
+// A block that starts at a page would do nearly everywhere, but it never fits where the C library put the last one:
+// each transfer would have 516 KiB mapped, filled with zeroes and unmapped again, which takes several times as long
+// as a small transfer itself. So only what has no good place otherwise starts at a page.
 localdisk::ChunkBuffer localdisk::allocate_chunk(long long offset) noexcept {
-  ChunkBuffer chunk;
-  for (const std::size_t alignment : {alignof(std::max_align_t), cache_line, page}) {
-    chunk.reset();  // a transfer holds one
-    chunk = allocate(alignment);
-    if (!chunk || !is_slow_place(chunk.get(), offset)) break;
-  }
-  return chunk;
+  ChunkBuffer chunk = allocate(cache_line);
+  if (!chunk || !is_slow_place(chunk.get(), offset)) return chunk;
+  chunk.reset();  // a transfer holds one
+  return allocate(page);
 }

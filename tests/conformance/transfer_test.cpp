@@ -126,6 +126,7 @@ TEST(Transfer, TheChunkLiesWhereTheProcessorCopiesFast) {
     for (const unsigned offset : {0U, 1U, 40U, 63U, 64U, 3000U, 4000U, 4060U, 4099U}) {
       drive->Read(file.c_str(), offset, 1, handle.shared, &receiver, nullptr);
       const auto start = reinterpret_cast<std::uintptr_t>(place);
+      EXPECT_EQ(start % 64, 0U);
       const std::uintptr_t above = (start - offset) % 4096;
       EXPECT_TRUE(above == 0 || above >= 32) << "offset " << offset << ": " << above << " above";
     }
