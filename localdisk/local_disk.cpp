@@ -42,16 +42,8 @@ int LocalDisk::SetOpt(const char* key, const char* value) {
 
 void LocalDisk::FreeMsg(char* message) { std::free(message); }
 
-std::string LocalDisk::GetPath(const char* path) const {
-  std::string local = localdisk::normalized(path);
-  if (!local.empty() && local.back() == divider) local += '.';
-  return local;
-}
+std::string LocalDisk::GetPath(const char* path) const { return localdisk::local_path(path); }
 
 std::string LocalDisk::JoinPath(const std::string& directory, const std::string& name) const {
-  std::string joined;
-  joined.reserve(directory.size() + 1 + name.size());
-  joined = directory;
-  localdisk::append_name(joined, name);
-  return joined;
+  return localdisk::join(directory, name);
 }

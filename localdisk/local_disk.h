@@ -68,5 +68,5 @@ class LOCALDISK_EXPORT LocalDisk : public IProtocol_V2 {
   IProtocolManager* manager;
   std::string pid;
   std::string root_path;
-  char divider;
+  char divider;  // always '/'
 };

@@ -53,7 +53,7 @@ int LocalDisk::GetFileInfo(const char* path, _FS_FILE_V2* file, char** /*message
   if (path == nullptr || file == nullptr) return FS_ERR_INVALID_ARG;
   return localdisk::catch_all(FS_ERR_OPERATION_FAILED, [&] {
     std::string local = GetPath(path);
-    struct stat status {};
+    struct stat status;
     if (::stat(local.c_str(), &status) != 0) return FS_ERR_NOT_FOUND;
 
     std::string name(localdisk::last_component(path));

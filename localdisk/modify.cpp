@@ -36,11 +36,10 @@ int LocalDisk::Move(const char* path, const char* new_parent, _FS_FILE_V2* file,
   if (path == nullptr || new_parent == nullptr || file == nullptr) return FS_ERR_INVALID_ARG;
   return localdisk::catch_all(FS_ERR_OPERATION_FAILED, [&] {
     const std::string source = GetPath(path);
-    const std::string folder = GetPath(new_parent);
-    const std::string target = localdisk::concatenate(folder, file->name);
+    const std::string target = localdisk::local_entry(new_parent, file->name);
     const std::string host_target = localdisk::concatenate(new_parent, file->name);
     if (!is_changeable(source.c_str())) return FS_ERR_NOT_FOUND;
-    if (folder.empty()) {  // as "..": without this the name would stand in "/"
+    if (target.empty()) {  // as "..": without this the name would stand in "/"
       errno = ENOENT;
       return FS_ERR_NOT_FOUND;
     }

@@ -28,10 +28,24 @@ std::size_t normalize(std::string_view path, char* out) {
   return kept;
 }
 
-std::string normalized(std::string_view path) {
-  std::string out(normalize_room(path.size()), '\0');
+std::string normalized(std::string_view path, std::size_t more) {
+  std::string out;
+  out.reserve(normalize_room(path.size()) + more);
+  out.resize(normalize_room(path.size()));
   out.resize(normalize(path, out.data()));
   return out;
+}
+
+std::string local_path(std::string_view path, std::size_t more) {
+  std::string local = normalized(path, more);
+  if (local.ends_with('/')) local += '.';
+  return local;
+}
+
+std::string local_entry(std::string_view directory, std::string_view name) {
+  std::string local = local_path(directory, 1 + name.size());
+  if (!local.empty()) local.append(1, '/').append(name);
+  return local;
 }
 
 std::string_view last_component(std::string_view path) {
@@ -50,6 +64,14 @@ std::string concatenate(std::string_view directory, std::string_view name) {
   std::string path;
   path.reserve(directory.size() + 1 + name.size());
   path.append(directory).append(1, '/').append(name);
+  return path;
+}
+
+std::string join(std::string_view directory, std::string_view name) {
+  std::string path;
+  path.reserve(directory.size() + 1 + name.size());
+  path = directory;
+  append_name(path, name);
   return path;
 }
 

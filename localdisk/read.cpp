@@ -41,7 +41,7 @@ int LocalDisk::Read(const char* path, long long offset, long long length, std::s
     const localdisk::File file = localdisk::File::open_to_read(GetPath(path));
     if (!file.is_open()) return FS_ERR_NOT_FOUND;
     if (!file.seek(offset)) return FS_ERR_OPERATION_FAILED;
-    const localdisk::ChunkBuffer chunk = localdisk::allocate_chunk(offset);
+    const localdisk::ChunkBuffer chunk(offset);
     if (!chunk) return FS_ERR_OPERATION_FAILED;
     if (length == 0) return FS_OK;
     return read_chunks(file, {offset, length}, chunk.get(), {*handle, length}, *callback);

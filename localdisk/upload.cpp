@@ -47,7 +47,7 @@ bool is_usable(const _FS_CACHE_REQUEST& request, const unsigned char* chunk) {
 
 FS_STATUS write_chunks(const localdisk::File& file, const std::shared_ptr<_FS_HANDLE>& handle, ICacheIO* cache,
                        const _FS_FILE_V2& record) {
-  const localdisk::ChunkBuffer chunk = localdisk::allocate_chunk(0);
+  const localdisk::ChunkBuffer chunk(0);
   if (!chunk) return FS_ERR_FAILED;
   const long long total = record.size;
   const localdisk::TransferWatch watch(*handle, total);
@@ -78,12 +78,12 @@ int LocalDisk::Upload(const char* parent, std::shared_ptr<_FS_HANDLE> handle, IC
                       file->name.c_str());
   if (handle == nullptr || (cache == nullptr && file->size > 0)) return FS_ERR_INVALID_ARG;
   return localdisk::catch_all(FS_ERR_FAILED, [&]() -> int {
-    const std::string folder = GetPath(parent);
-    if (folder.empty()) {  // as "..": without this the name would stand in "/"
+    std::string path = localdisk::local_entry(parent, file->name);
+    if (path.empty()) {  // as "..": without this the name would stand in "/"
       errno = ENOENT;
       return FS_ERR_NOT_FOUND;
     }
-    Target target(localdisk::concatenate(folder, file->name));
+    Target target(std::move(path));
     if (!target.file().is_open()) return FS_ERR_NOT_FOUND;
     if (!target.file().seek(0)) {
       target.keep();
@@ -93,7 +93,7 @@ int LocalDisk::Upload(const char* parent, std::shared_ptr<_FS_HANDLE> handle, IC
     if (status == FS_ERR_UPLOAD_CANCELLED) target.keep();
     if (status != FS_OK) return status;
     if (!target.file().close()) return FS_ERR_FAILED;
-    file->path = JoinPath(parent, file->name);
+    file->path = localdisk::join(parent, file->name);
     const int described = GetFileInfo(file->path.c_str(), file, message);
     target.keep();
     return described;
