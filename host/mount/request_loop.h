@@ -44,9 +44,10 @@ class RequestLoop {
   fuse_session* session_;
   const EndSignals& signals_;
   std::atomic<bool> is_ending_ = false, has_failed_ = false;
-  std::atomic<bool> watch_sleeps_ = false;                  // until a request comes
-  std::atomic<int> readers_ = 0;                            // of the workers, those that wait for a request
-  std::atomic<unsigned long> requests_ = 0, unwaited_ = 0;  // all, and those that were there already
+  std::atomic<bool> watch_sleeps_ = false;  // until a request comes
+  std::atomic<int> readers_ = 0;            // of the workers, those that wait for a request
+  std::atomic<unsigned long> requests_ = 0;
+  std::atomic<unsigned long> timed_ = 0, unwaited_ = 0;  // some of them, and those of these that were there already
   std::atomic<bool> is_flooded_ = false;
 
   std::mutex lock_;
