@@ -82,6 +82,17 @@ struct Blocks final : ICacheIO {
   }
 };
 
+// No module has to fill every field.
+void clear(_FS_FILE_V2& file) {
+  for (std::string* text :
+       {&file.path, &file.ctime, &file.atime, &file.mtime, &file.name, &file.extra1, &file.extra2}) {
+    text->clear();
+  }
+  file.type = 0;
+  file.size = 0;
+  file.parents.clear();
+}
+
 // Asks for the length of a text first and for the text then.
 template <class Query>
 std::string text_of(std::string_view what, const Query& query) {
@@ -170,16 +181,22 @@ _FS_FILE_V2 Drive::info(const std::string& path) {
   return file;
 }
 
-// What isn't there is no exception: it is asked for as often as what is, and an exception takes longer than the
-// question.
 std::optional<_FS_FILE_V2> Drive::find(const std::string& path) {
   std::optional<_FS_FILE_V2> file(std::in_place);
+  if (!find(path, *file)) file.reset();
+  return file;
+}
+
+// What isn't there is no exception: it is asked for as often as what is, and an exception takes longer than the
+// question.
+bool Drive::find(const std::string& path, _FS_FILE_V2& file) {
+  clear(file);
   errno = 0;
-  const int status = object_->GetFileInfo(path.c_str(), &*file, nullptr);
+  const int status = object_->GetFileInfo(path.c_str(), &file, nullptr);
   const int reason = errno;  // 0 from a module that keeps its entries elsewhere
-  if (status == FS_OK) return file;
+  if (status == FS_OK) return true;
   const bool absent = reason == 0 || reason == ENOENT || reason == ENOTDIR;
-  if (status == FS_ERR_NOT_FOUND && absent) return std::nullopt;
+  if (status == FS_ERR_NOT_FOUND && absent) return false;
   throw OperationError("examine", path, status, reason);
 }
 

@@ -115,8 +115,8 @@ std::string RootedDrive::aside_path(unsigned long number) const {
 
 std::optional<Attributes> RootedDrive::find(const std::string& path) {
   if (is_own(name_of(path))) return std::nullopt;
-  const std::optional<_FS_FILE_V2> file = drive_.find(on_drive(path));
-  return file ? std::optional(attributes_of(*file)) : std::nullopt;
+  thread_local _FS_FILE_V2 file;
+  return drive_.find(on_drive(path), file) ? std::optional(attributes_of(file)) : std::nullopt;
 }
 
 Attributes RootedDrive::attributes(const std::string& path) {
@@ -147,7 +147,8 @@ void RootedDrive::read(const std::string& path, long long offset, std::span<char
     got += size;
   };
   try {
-    if (!is_taken) drive_.read(on_drive(path), offset, static_cast<long long>(room.size()), new_handle(), receive);
+    const auto length = static_cast<long long>(room.size());
+    if (!is_taken) drive_.read(on_drive(path), offset, length, new_handle(), std::ref(receive));
   } catch (const OperationError& error) {
     // A failure behind the last byte took nothing from what was asked for.
     const bool at_the_end = is_taken || (error.status() == FS_ERR_READ && error.reason() == 0);

@@ -70,11 +70,13 @@ void OpenFile::upload(const std::string& path) {
       diverted_ = true;
     }
   }
+  constexpr long long worth_a_look = 1 << 16;
+  const bool is_large = content_->size() > worth_a_look;
   long long data_from = 0;  // before it is nothing but a hole, from where was looked last
   const auto source = [&](unsigned char* block, std::size_t size, long long done) {
     const std::span<char> bytes(reinterpret_cast<char*>(block), size);
     const auto end = done + static_cast<long long>(size);
-    if (data_from <= done) data_from = content_->next_data(done);
+    if (is_large && data_from <= done) data_from = content_->next_data(done);
     if (data_from >= end) {
       std::memset(block, 0, size);
     } else if (content_->read(bytes, done) < size) {
