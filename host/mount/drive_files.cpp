@@ -16,6 +16,11 @@ namespace {
 using Hold = NodeTable::Hold;
 using Gone = NodeTable::Gone;
 
+// Of an answer to a question that was asked then.
+double seconds_left(Moment asked_at, Moment now) {
+  return asked_at == Moment() ? 0 : seconds_to_remember - std::chrono::duration<double>(now - asked_at).count();
+}
+
 // For ESTALE the kernel looks for the name again, and finds what has it now.
 [[noreturn]] void throw_gone(NodeTable& table, const Node& node) {
   throw_errno(table.locked([&] { return node.is_replaced; }) ? ESTALE : ENOENT, node.name);
@@ -28,37 +33,42 @@ DriveFiles::DriveFiles(RootedDrive& drive, CacheFolder& cache)
   table_.root().is_directory = true;
 }
 
-Described DriveFiles::enter(Node& folder, const std::string& name, const std::string& path, const Attributes& entry) {
-  return {&table_.enter(folder, name, entry), entry, number_of_path(path), false};
+Described DriveFiles::enter(Node& folder, const std::string& name, const std::string& path, const Attributes& entry,
+                            Moment asked_at) {
+  return {&table_.enter(folder, name, entry, asked_at), entry, number_of_path(path), false};
 }
 
 std::optional<Described> DriveFiles::lookup(Node& folder, const std::string& name) {
   const Hold hold(table_, folder, name);
+  const Moment asked_at = moment_now();
   const std::shared_ptr<OpenFile> file = table_.file_below(folder, name);
   std::optional<Attributes> found = file ? file->cached_attributes() : std::nullopt;
   if (!found) found = drive_.find(hold.path());
   if (!found) return std::nullopt;
-  return enter(folder, name, hold.path(), *found);
+  return enter(folder, name, hold.path(), *found, asked_at);
 }
 
 Described DriveFiles::make_folder(Node& folder, const std::string& name) {
   const Hold hold(table_, folder, name);
+  const Moment asked_at = moment_now();
   const Attributes made = drive_.create_directory(hold.path());
   table_.count_change(folder);
-  return enter(folder, name, hold.path(), made);
+  return enter(folder, name, hold.path(), made, asked_at);
 }
 
 Described DriveFiles::make_file(Node& folder, const std::string& name) {
   const Hold hold(table_, folder, name);
   if (drive_.find(hold.path())) throw_errno(EEXIST, hold.path());
+  const Moment asked_at = moment_now();
   const Attributes made = drive_.create_file(hold.path());
   table_.count_change(folder);
-  return enter(folder, name, hold.path(), made);
+  return enter(folder, name, hold.path(), made, asked_at);
 }
 
 // On the drive at once, where others see that the name is taken.
 DriveFiles::Created DriveFiles::create(Node& folder, const std::string& name, int flags) {
   const Hold hold(table_, folder, name);
+  const Moment asked_at = moment_now();
   const std::shared_ptr<OpenFile> known = table_.file_below(folder, name);
   std::optional<Attributes> found = known ? known->cached_attributes() : std::nullopt;
   if (!found) found = drive_.find(hold.path());
@@ -68,7 +78,7 @@ DriveFiles::Created DriveFiles::create(Node& folder, const std::string& name, in
     found = drive_.create_file(hold.path());
     table_.count_change(folder);
   }
-  const Described entry = enter(folder, name, hold.path(), *found);
+  const Described entry = enter(folder, name, hold.path(), *found, asked_at);
   try {
     return {entry, is_new ? open_made(*entry.node, *found, flags) : open_held(*entry.node, hold.path(), flags)};
   } catch (...) {
@@ -79,21 +89,25 @@ DriveFiles::Created DriveFiles::create(Node& folder, const std::string& name, in
 
 Described DriveFiles::attributes(Node& node) {
   const Hold hold(table_, node);
-  const auto [file, last, removed_number] =
-      table_.locked([&] { return std::tuple(node.file, node.last, node.removed_number); });
+  const Moment asked_now = moment_now();
+  const auto [file, last, asked_at, removed_number] =
+      table_.locked([&] { return std::tuple(node.file, node.last, node.asked_at, node.removed_number); });
   const bool is_removed = hold.path().empty();
   std::optional<Attributes> now = file ? file->cached_attributes() : std::nullopt;
-  if (!now && is_removed) now = last;
+  if (is_removed) return {&node, now.value_or(last), removed_number, is_removed};
+  const std::uint64_t number = number_of_path(hold.path());
+  const double left = seconds_left(asked_at, asked_now);
+  if (!now && left > 0) return {&node, last, number, is_removed, left};
   if (!now) {
     now = drive_.attributes(hold.path());
-    table_.remember(node, *now);
+    table_.remember(node, *now, asked_now);
   }
-  return {&node, *now, is_removed ? removed_number : number_of_path(hold.path()), is_removed};
+  return {&node, *now, number, is_removed};
 }
 
 void DriveFiles::resize(Node& node, const FileHandle* handle, long long size) {
   const Hold hold(table_, node);
-  table_.ask_again(node);
+  table_.ask_again(node);  // and after it, for others may ask meanwhile
   if (handle != nullptr) return handle->file->resize(hold.path(), size);
   const std::unique_ptr<FileHandle> opened = open_held(node, hold.path(), O_WRONLY);
   try {
@@ -104,6 +118,7 @@ void DriveFiles::resize(Node& node, const FileHandle* handle, long long size) {
     throw;
   }
   table_.close(node, /*reads=*/false);
+  table_.ask_again(node);
 }
 
 void DriveFiles::set_times(Node& node, const NewTimes& times) {
@@ -111,6 +126,7 @@ void DriveFiles::set_times(Node& node, const NewTimes& times) {
   const std::shared_ptr<OpenFile> file = table_.locked([&] { return node.file; });
   if (!file && hold.path().empty()) throw_gone(table_, node);
   file ? file->set_times(hold.path(), times) : drive_.set_times(hold.path(), times);
+  table_.ask_again(node);
 }
 
 // What was just made is an ordinary file without content: nothing has to be asked.
@@ -156,12 +172,12 @@ std::unique_ptr<FileHandle> DriveFiles::open_held(Node& node, const std::string&
 void DriveFiles::prepare_reading(FileHandle& handle, const std::string& path) {
   constexpr long long small_content = 1 << 17;
   constexpr time_t in_doubt = 2;
-  const auto now = std::chrono::steady_clock::now();
-  auto [file, asked, kept_since] =
-      table_.locked([&] { return std::tuple(handle.node.last, handle.node.last_asked, handle.node.kept_since); });
-  if (now - asked > std::chrono::duration<double>(seconds_to_remember)) {
+  const auto now = moment_now();
+  auto [file, asked_at, kept_since] =
+      table_.locked([&] { return std::tuple(handle.node.last, handle.node.asked_at, handle.node.kept_since); });
+  if (seconds_left(asked_at, now) <= 0) {
     file = drive_.attributes(path);
-    table_.remember(handle.node, file);
+    table_.remember(handle.node, file, now);
   }
   handle.keeps_pages = std::max(file.changed, file.modified) + in_doubt <= kept_since;
   if (handle.keeps_pages) return;
@@ -178,9 +194,7 @@ void DriveFiles::prepare_reading(FileHandle& handle, const std::string& path) {
 }
 
 void DriveFiles::read(FileHandle& handle, std::span<char> room, long long offset, const RootedDrive::Take& take) {
-  const Hold hold(table_, handle.node);
-  const std::shared_ptr<OpenFile> file = handle.file;
-  if (handle.ahead && offset == 0 && !file->is_cached()) {
+  if (handle.ahead && offset == 0 && !handle.file->is_cached()) {
     std::unique_lock lock(handle.ahead->lock);
     if (std::exchange(handle.ahead->is_fresh, false) && handle.ahead->content.size() <= room.size()) {
       const std::string content = std::move(handle.ahead->content);
@@ -188,6 +202,8 @@ void DriveFiles::read(FileHandle& handle, std::span<char> room, long long offset
       return take(content);
     }
   }
+  const Hold hold(table_, handle.node);
+  const std::shared_ptr<OpenFile> file = handle.file;
   file->read(hold.path(), room, offset, take);
 }
 
@@ -232,7 +248,7 @@ void DriveFiles::read_folder(FolderHandle& handle) {
   if (hold.path().empty()) throw_errno(ENOENT, handle.node.name);
   handle.entries.clear();
   handle.path = hold.path();
-  handle.read_at = std::chrono::steady_clock::now();
+  handle.read_at = moment_now();
   const time_t since = ::time(nullptr);
   handle.changes = table_.locked([&] { return handle.node.changes; });
   drive_.list(hold.path(), [&](const std::string& name, const Attributes& entry) {
@@ -244,16 +260,25 @@ void DriveFiles::read_folder(FolderHandle& handle) {
   });
 }
 
-std::optional<Described> DriveFiles::entry_of(FolderHandle& handle, const FolderHandle::Entry& entry) {
+void DriveFiles::each_entry(FolderHandle& handle, std::size_t first, const Show& show) {
   const Hold hold(table_, handle.node);
-  if (hold.path().empty()) return std::nullopt;
-  const auto age = std::chrono::steady_clock::now() - handle.read_at;
-  const bool is_current = age < std::chrono::duration<double>(seconds_to_remember) &&
-                          handle.changes == table_.locked([&] { return handle.node.changes; });
-  if (!is_current) return std::nullopt;
-  const std::shared_ptr<OpenFile> file = table_.file_below(handle.node, entry.name);
-  const std::optional<Attributes> cached = file ? file->cached_attributes() : std::nullopt;
-  return enter(handle.node, entry.name, below(hold.path(), entry.name), cached.value_or(entry.attributes));
+  const double left = hold.path().empty() ? 0 : seconds_left(handle.read_at, moment_now());
+  for (std::size_t i = first; i < handle.entries.size(); ++i) {
+    const FolderHandle::Entry& entry = handle.entries[i];
+    NodeTable::Entered entered;
+    if (left > 0) {
+      entered = table_.enter_listed(handle.node, handle.changes, entry.name, entry.attributes, handle.read_at);
+    }
+    if (entered.node == nullptr) {
+      if (!show(i, entry, nullptr)) return;
+      continue;
+    }
+    const std::optional<Attributes> cached = entered.file ? entered.file->cached_attributes() : std::nullopt;
+    const Described described{entered.node, cached.value_or(entry.attributes),
+                              number_of_path(below(hold.path(), entry.name)), false, left};
+    if (show(i, entry, &described)) continue;
+    return table_.forget(*entered.node, 1);
+  }
 }
 
 std::uint64_t DriveFiles::number_of_removed(const std::string& path) {
@@ -298,6 +323,7 @@ void DriveFiles::rename(Node& folder, const std::string& name, Node& new_folder,
   // Not before it is on the drive: what it replaces would be lost with it.
   if (const auto file = file_of(node)) file->flush(from);
   const bool is_directory = node != nullptr ? node->is_directory : drive_.attributes(from).directory;
+  const Moment asked_at = moment_now();
   Attributes moved;
   const auto move = [&] { moved = drive_.move(from, to, is_directory); };
   const auto target = file_of(replaced);
@@ -306,7 +332,7 @@ void DriveFiles::rename(Node& folder, const std::string& name, Node& new_folder,
   if (replaced != nullptr) table_.detach(*replaced, number_of_removed(to), Gone::replaced);
   if (node != nullptr) {
     table_.move(*node, new_folder, new_name);
-    table_.remember(*node, moved);
+    table_.remember(*node, moved, asked_at);
     for (const auto& below_it : table_.files_at_or_below(*node)) below_it.file->moved(below_it.path);
   }
   table_.count_change(folder);

@@ -21,6 +21,7 @@ struct Described {
   Attributes attributes;
   std::uint64_t number;
   bool is_removed;
+  double seconds_left = seconds_to_remember;  // for which it may be remembered
 };
 
 // A file that a program has open.
@@ -49,7 +50,7 @@ struct FolderHandle {
   std::vector<Entry> entries{};
   bool is_read = false;
   unsigned changes = 0;  // of the folder when it was read
-  std::chrono::steady_clock::time_point read_at{};
+  Moment read_at{};
   std::string path{};
 };
 
@@ -85,8 +86,11 @@ class DriveFiles {
   // Whether what the kernel keeps of the listing is still right: where its time of change is.
   bool keeps_listing(Node& node);
   void read_folder(FolderHandle& handle);
-  // An entry of the listing with its node, or nothing where what was listed may be older than what was done since.
-  std::optional<Described> entry_of(FolderHandle& handle, const FolderHandle::Entry& entry);
+  // Shows the entries of the listing from the one with the number `first` on, until `show` answers false. With its
+  // node comes an entry that the kernel may take for looked up: not where what was listed may be older than what was
+  // done since, and not where the kernel knows as much.
+  using Show = std::function<bool(std::size_t number, const FolderHandle::Entry& entry, const Described* described)>;
+  void each_entry(FolderHandle& handle, std::size_t first, const Show& show);
 
   void remove_file(Node& folder, const std::string& name);
   void remove_folder(Node& folder, const std::string& name);
@@ -102,7 +106,8 @@ class DriveFiles {
   std::vector<Rescued> flush_all();
 
  private:
-  Described enter(Node& folder, const std::string& name, const std::string& path, const Attributes& entry);
+  Described enter(Node& folder, const std::string& name, const std::string& path, const Attributes& entry,
+                  Moment asked_at);
   std::unique_ptr<FileHandle> open_held(Node& node, const std::string& path, int flags);
   std::unique_ptr<FileHandle> open_made(Node& node, const Attributes& made, int flags);
   void prepare_reading(FileHandle& handle, const std::string& path);

@@ -68,7 +68,7 @@ fuse_entry_param entry_of(const Described& entry) {
   fuse_entry_param parameters{};
   parameters.ino = reinterpret_cast<fuse_ino_t>(entry.node);
   parameters.attr = status_of(entry);
-  parameters.attr_timeout = parameters.entry_timeout = seconds_to_remember;
+  parameters.attr_timeout = parameters.entry_timeout = entry.seconds_left;
   return parameters;
 }
 
@@ -112,7 +112,7 @@ void on_forget_multi(fuse_req_t request, size_t count, fuse_forget_data* forgott
 void reply_attributes(fuse_req_t request, Node& node) {
   const Described entry = files(request).attributes(node);
   const struct stat status = status_of(entry);
-  ::fuse_reply_attr(request, &status, seconds_to_remember);
+  ::fuse_reply_attr(request, &status, entry.seconds_left);
 }
 
 void on_getattr(fuse_req_t request, fuse_ino_t number, fuse_file_info* /*info*/) {
@@ -268,23 +268,6 @@ struct stat kind_and_number(bool is_folder, std::uint64_t number) {
   return status;
 }
 
-bool add_entry(fuse_req_t request, EntryBuffer& buffer, FolderHandle& handle, std::size_t i, bool with_attributes) {
-  const FolderHandle::Entry& entry = handle.entries[i];
-  const auto next = static_cast<off_t>(i) + 3;
-  fuse_entry_param parameters{};
-  std::optional<Described> described;
-  if (with_attributes) described = files(request).entry_of(handle, entry);
-  if (described) {
-    parameters = entry_of(*described);
-  } else {
-    parameters.attr = kind_and_number(entry.attributes.directory, number_of_path(below(handle.path, entry.name)));
-  }
-  const bool added = with_attributes ? buffer.add_with_attributes(entry.name.c_str(), parameters, next)
-                                     : buffer.add(entry.name.c_str(), parameters.attr, next);
-  if (!added && described) files(request).table().forget(*described->node, 1);
-  return added;
-}
-
 void list(fuse_req_t request, size_t size, off_t offset, fuse_file_info* info, bool with_attributes) {
   answer(request, [&] {
     FolderHandle& handle = folder_of(*info);
@@ -297,8 +280,22 @@ void list(fuse_req_t request, size_t size, off_t offset, fuse_file_info* info, b
       self.attr = kind_and_number(true, number_of_path(i == 0 ? handle.path : parent_of(handle.path)));
       with_attributes ? buffer.add_with_attributes(name, self, i + 1) : buffer.add(name, self.attr, i + 1);
     }
-    for (auto i = static_cast<std::size_t>(std::max(offset, dots) - dots); i < handle.entries.size(); ++i) {
-      if (!add_entry(request, buffer, handle, i, with_attributes)) break;
+    const auto add = [&](std::size_t i, const FolderHandle::Entry& entry, const Described* described) {
+      const auto next = static_cast<off_t>(i) + dots + 1;
+      fuse_entry_param parameters{};
+      if (described != nullptr) {
+        parameters = entry_of(*described);
+      } else {
+        parameters.attr = kind_and_number(entry.attributes.directory, number_of_path(below(handle.path, entry.name)));
+      }
+      return with_attributes ? buffer.add_with_attributes(entry.name.c_str(), parameters, next)
+                             : buffer.add(entry.name.c_str(), parameters.attr, next);
+    };
+    auto i = static_cast<std::size_t>(std::max(offset, dots) - dots);
+    if (with_attributes) {
+      files(request).each_entry(handle, i, add);
+    } else {
+      while (i < handle.entries.size() && add(i, handle.entries[i], nullptr)) ++i;
     }
     buffer.reply();
   });

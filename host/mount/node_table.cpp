@@ -134,8 +134,26 @@ void NodeTable::drop_if_unused(Node* node, std::vector<std::shared_ptr<OpenFile>
   }
 }
 
-Node& NodeTable::enter(Node& folder, const std::string& name, const Attributes& entry) {
+Node& NodeTable::enter(Node& folder, const std::string& name, const Attributes& entry, Moment asked_at) {
   const std::lock_guard lock(lock_);
+  return enter_locked(folder, name, entry, asked_at);
+}
+
+NodeTable::Entered NodeTable::enter_listed(Node& folder, unsigned changes, const std::string& name,
+                                           const Attributes& entry, Moment asked_at) {
+  constexpr auto short_while = std::chrono::duration<double>(seconds_to_remember / 2);
+  const std::lock_guard lock(lock_);
+  if (folder.changes != changes) return {};
+  if (const Node* const known = child(folder, name)) {
+    const bool is_outdated = known->asked_at > asked_at || known->changed_at > asked_at;
+    const bool is_told = known->last == entry && asked_at - known->asked_at < short_while && !known->file;
+    if (is_outdated || is_told) return {};
+  }
+  Node& node = enter_locked(folder, name, entry, asked_at);
+  return {&node, node.file};
+}
+
+Node& NodeTable::enter_locked(Node& folder, const std::string& name, const Attributes& entry, Moment asked_at) {
   Node* node = child(folder, name);
   if (node != nullptr && node->is_directory != entry.directory) {
     detach_locked(*node);
@@ -151,8 +169,7 @@ Node& NodeTable::enter(Node& folder, const std::string& name, const Attributes& 
     made.release();  // NOLINT(bugprone-unused-return-value): the table's from here on
   }
   ++node->lookups;
-  node->last = entry;
-  node->last_asked = std::chrono::steady_clock::now();
+  remember_locked(*node, entry, asked_at);
   return *node;
 }
 
@@ -210,19 +227,26 @@ void NodeTable::move(Node& node, Node& folder, const std::string& name) {
 
 void NodeTable::ask_again(Node& node) {
   const std::lock_guard lock(lock_);
-  node.last_asked = {};
+  node.asked_at = {};
+  node.changed_at = moment_now();
 }
 
-void NodeTable::remember(Node& node, const Attributes& now) {
-  const std::lock_guard lock(lock_);
+void NodeTable::remember_locked(Node& node, const Attributes& now, Moment asked_at) {
   node.last = now;
-  node.last_asked = std::chrono::steady_clock::now();
+  node.asked_at = asked_at > node.changed_at ? asked_at : Moment();
+}
+
+void NodeTable::remember(Node& node, const Attributes& now, Moment asked_at) {
+  const std::lock_guard lock(lock_);
+  remember_locked(node, now, asked_at);
 }
 
 void NodeTable::count_change(Node& folder) {
   const std::lock_guard lock(lock_);
   ++folder.changes;
   folder.kept_since = 0;
+  folder.asked_at = {};
+  folder.changed_at = moment_now();
 }
 
 std::vector<NodeTable::OpenEntry> NodeTable::files_at_or_below(Node& top) {

@@ -21,6 +21,9 @@
 
 namespace host {
 
+using Moment = std::chrono::steady_clock::time_point;
+inline Moment moment_now() { return std::chrono::steady_clock::now(); }
+
 struct Node {
   // The members up to here are under the lock of the table.
   Node* parent = nullptr;  // none for the root and for what was removed
@@ -35,9 +38,10 @@ struct Node {
   bool is_replaced = false;          // removed, too: another has its name from that moment on
   std::uint64_t removed_number = 0;  // its inode number since then
   unsigned changes = 0;              // of a folder's entries, through the drive
-  // What was said of it last, and what the kernel may keep of its content. Under the lock of the table, too.
+  // What the drive said of it last, and what the kernel may keep of its content. Under the lock of the table, too.
   Attributes last;
-  std::chrono::steady_clock::time_point last_asked;
+  Moment asked_at{};      // no time at all where it doesn't hold any more
+  Moment changed_at{};    // through the drive: an answer to a question from before says nothing
   time_t kept_since = 0;  // nothing that the kernel keeps of it is older
 };
 
@@ -90,8 +94,17 @@ class NodeTable {
     std::vector<Entry> entries_;
   };
 
-  // One more lookup of the entry. What was there before as another kind of thing counts as removed.
-  Node& enter(Node& folder, const std::string& name, const Attributes& entry);
+  // One more lookup of the entry, of which the drive was asked at `asked_at`. What was there before as another kind
+  // of thing counts as removed.
+  Node& enter(Node& folder, const std::string& name, const Attributes& entry, Moment asked_at);
+  // The same for an entry of a listing. Answers null where there is newer knowledge of it or of the folder's entries,
+  // and where the kernel has been told the same a short while ago.
+  struct Entered {
+    Node* node = nullptr;
+    std::shared_ptr<OpenFile> file{};
+  };
+  Entered enter_listed(Node& folder, unsigned changes, const std::string& name, const Attributes& entry,
+                       Moment asked_at);
   void forget(Node& node, unsigned long lookups);
   // The open content of an entry, or null.
   std::shared_ptr<OpenFile> file_below(Node& folder, const std::string& name);
@@ -104,7 +117,7 @@ class NodeTable {
   void detach(Node& node, std::uint64_t number, Gone how);
   void move(Node& node, Node& folder, const std::string& name);
 
-  void remember(Node& node, const Attributes& now);
+  void remember(Node& node, const Attributes& now, Moment asked_at);
   // What was said of the node last doesn't hold any more: the next question goes to the drive.
   void ask_again(Node& node);
   void count_change(Node& folder);
@@ -128,6 +141,8 @@ class NodeTable {
   static std::string path_of(const Node& node);
   static void change_held(Node& node, int by);
   static Node* child(Node& folder, const std::string& name);
+  Node& enter_locked(Node& folder, const std::string& name, const Attributes& entry, Moment asked_at);
+  static void remember_locked(Node& node, const Attributes& now, Moment asked_at);
   void drop_if_unused(Node* node, std::vector<std::shared_ptr<OpenFile>>& ended);
   void detach_locked(Node& node);
 

@@ -28,6 +28,7 @@ struct Attributes {
   bool directory = false;
   long long size = 0;
   time_t accessed = 0, modified = 0, changed = 0;
+  bool operator==(const Attributes&) const = default;
 };
 
 // Whether what was said of a file at two times allows that its content is the same.
