@@ -69,4 +69,18 @@ TEST_F(RootedDrive, TellsWhatIsAbsentFromWhatCanNotBeExamined) {
   }
 }
 
+// No module has to fill every field.
+TEST_F(RootedDrive, ARecordThatServesAgainKeepsNothing) {
+  const std::string file = folder.write("file", "abc");
+  _FS_FILE_V2 record;
+  record.extra1 = "of before";
+  record.parents.emplace_back("of before");
+  EXPECT_TRUE(drive.find(file, record));
+  EXPECT_EQ(record.name + record.extra1, "file");
+  EXPECT_TRUE(record.parents.empty());
+  EXPECT_FALSE(drive.find(file + "/below", record));
+  EXPECT_EQ(record.name + record.mtime, "");
+  EXPECT_EQ(record.size, 0);
+}
+
 }  // namespace
