@@ -14,7 +14,6 @@ namespace host {
 namespace {
 
 using Hold = NodeTable::Hold;
-using Gone = NodeTable::Gone;
 
 // Of an answer to a question that was asked then.
 double seconds_left(Moment asked_at, Moment now) {
@@ -23,7 +22,21 @@ double seconds_left(Moment asked_at, Moment now) {
 
 // For ESTALE the kernel looks for the name again, and finds what has it now.
 [[noreturn]] void throw_gone(NodeTable& table, const Node& node) {
-  throw_errno(table.locked([&] { return node.is_replaced; }) ? ESTALE : ENOENT, node.name);
+  throw_errno(table.locked([&] { return !node.replaced_at.empty(); }) ? ESTALE : ENOENT, node.name);
+}
+
+// Calls `body` with the node and its path, or with what has replaced it. Between looking for a name and opening what
+// it stands for others may replace it, again and again: where the kernel is told so, it looks for the name once more,
+// and the second time it tells the program.
+template <class Body>
+auto at_its_place(NodeTable& table, Node& node, const Body& body) -> decltype(body(node, std::string())) {
+  NodeTable::Known successor(nullptr, {&table});
+  {
+    const Hold hold(table, node);
+    if (hold.path().empty()) successor = table.successor(node);
+    if (!successor) return body(node, hold.path());
+  }
+  return at_its_place(table, *successor, body);
 }
 
 }  // namespace
@@ -106,27 +119,33 @@ Described DriveFiles::attributes(Node& node) {
 }
 
 void DriveFiles::resize(Node& node, const FileHandle* handle, long long size) {
-  const Hold hold(table_, node);
-  table_.ask_again(node);  // and after it, for others may ask meanwhile
-  if (handle != nullptr) return handle->file->resize(hold.path(), size);
-  const std::unique_ptr<FileHandle> opened = open_held(node, hold.path(), O_WRONLY);
-  try {
-    opened->file->resize(hold.path(), size);
-    opened->file->flush(hold.path());
-  } catch (...) {
-    table_.close(node, /*reads=*/false);
-    throw;
+  if (handle != nullptr) {
+    const Hold hold(table_, handle->node);
+    table_.ask_again(handle->node);
+    return handle->file->resize(hold.path(), size);
   }
-  table_.close(node, /*reads=*/false);
-  table_.ask_again(node);
+  at_its_place(table_, node, [&](Node& now, const std::string& path) {
+    table_.ask_again(now);  // and after it, for others may ask meanwhile
+    const std::unique_ptr<FileHandle> opened = open_held(now, path, O_WRONLY);
+    try {
+      opened->file->resize(path, size);
+      opened->file->flush(path);
+    } catch (...) {
+      table_.close(now, /*reads=*/false);
+      throw;
+    }
+    table_.close(now, /*reads=*/false);
+    table_.ask_again(now);
+  });
 }
 
 void DriveFiles::set_times(Node& node, const NewTimes& times) {
-  const Hold hold(table_, node);
-  const std::shared_ptr<OpenFile> file = table_.locked([&] { return node.file; });
-  if (!file && hold.path().empty()) throw_gone(table_, node);
-  file ? file->set_times(hold.path(), times) : drive_.set_times(hold.path(), times);
-  table_.ask_again(node);
+  at_its_place(table_, node, [&](Node& now, const std::string& path) {
+    const std::shared_ptr<OpenFile> file = table_.locked([&] { return now.file; });
+    if (!file && path.empty()) throw_gone(table_, now);
+    file ? file->set_times(path, times) : drive_.set_times(path, times);
+    table_.ask_again(now);
+  });
 }
 
 // What was just made is an ordinary file without content: nothing has to be asked.
@@ -138,15 +157,17 @@ std::unique_ptr<FileHandle> DriveFiles::open_made(Node& node, const Attributes& 
 }
 
 std::unique_ptr<FileHandle> DriveFiles::open(Node& node, int flags) {
-  const Hold hold(table_, node);
-  return open_held(node, hold.path(), flags);
+  return at_its_place(table_, node, [&](Node& now, const std::string& path) {
+    return open_held(now, path, flags, /*is_successor=*/&now != &node);
+  });
 }
 
-std::unique_ptr<FileHandle> DriveFiles::open_held(Node& node, const std::string& path, int flags) {
+std::unique_ptr<FileHandle> DriveFiles::open_held(Node& node, const std::string& path, int flags, bool is_successor) {
   const bool truncates = (flags & O_TRUNC) != 0;
   const bool reads = (flags & O_ACCMODE) != O_WRONLY;
   const bool writes = (flags & O_ACCMODE) != O_RDONLY || truncates;
   auto handle = std::make_unique<FileHandle>(FileHandle{node, table_.open(node, reads), reads, writes});
+  handle->is_successor = is_successor;
   try {
     const bool is_gone = path.empty() && !handle->file->is_removed();
     if (is_gone && !truncates) throw_gone(table_, node);
@@ -179,10 +200,12 @@ void DriveFiles::prepare_reading(FileHandle& handle, const std::string& path) {
     file = drive_.attributes(path);
     table_.remember(handle.node, file, now);
   }
-  handle.keeps_pages = std::max(file.changed, file.modified) + in_doubt <= kept_since;
-  if (handle.keeps_pages) return;
-  const time_t since = ::time(nullptr);
-  table_.locked([&] { handle.node.kept_since = since; });
+  if (!handle.is_successor) {
+    handle.keeps_pages = std::max(file.changed, file.modified) + in_doubt <= kept_since;
+    if (handle.keeps_pages) return;
+    const time_t since = ::time(nullptr);
+    table_.locked([&] { handle.node.kept_since = since; });
+  }
   if (file.directory || file.size == 0 || file.size > small_content) return drive_.expect_readable(path, file);
   handle.ahead = std::make_unique<FileHandle::Ahead>();
   std::string& content = handle.ahead->content;
@@ -292,7 +315,7 @@ void DriveFiles::remove_file(Node& folder, const std::string& name) {
   const auto [file, readers] = node == nullptr ? std::pair(std::shared_ptr<OpenFile>(), 0U)
                                                : table_.locked([&] { return std::pair(node->file, node->readers); });
   file ? file->remove(path, readers > 0) : drive_.remove_file(path);
-  if (node != nullptr) table_.detach(*node, number_of_removed(path), Gone::removed);
+  if (node != nullptr) table_.detach(*node, number_of_removed(path));
   table_.count_change(folder);
 }
 
@@ -306,7 +329,7 @@ void DriveFiles::remove_folder(Node& folder, const std::string& name) {
     }
   }
   drive_.remove_directory(path);
-  if (node != nullptr) table_.detach(*node, number_of_removed(path), Gone::removed);
+  if (node != nullptr) table_.detach(*node, number_of_removed(path));
   table_.count_change(folder);
 }
 
@@ -329,7 +352,7 @@ void DriveFiles::rename(Node& folder, const std::string& name, Node& new_folder,
   const auto target = file_of(replaced);
   target ? target->be_replaced(to, table_.locked([&] { return replaced->readers; }) > 0, move) : move();
 
-  if (replaced != nullptr) table_.detach(*replaced, number_of_removed(to), Gone::replaced);
+  if (replaced != nullptr) table_.detach_replaced(*replaced, number_of_removed(to), to);
   if (node != nullptr) {
     table_.move(*node, new_folder, new_name);
     table_.remember(*node, moved, asked_at);

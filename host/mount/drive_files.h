@@ -30,6 +30,9 @@ struct FileHandle {
   std::shared_ptr<OpenFile> file;
   bool reads, writes;
   bool keeps_pages = false;  // what the kernel keeps of the content is still right
+  // The file that was asked for was replaced a moment before, and this is what has its place: what the kernel keeps
+  // is of another file.
+  bool is_successor = false;
 
   // Small content that was read when the file was opened: the first request for it needs no other look at the drive.
   struct Ahead {
@@ -108,7 +111,7 @@ class DriveFiles {
  private:
   Described enter(Node& folder, const std::string& name, const std::string& path, const Attributes& entry,
                   Moment asked_at);
-  std::unique_ptr<FileHandle> open_held(Node& node, const std::string& path, int flags);
+  std::unique_ptr<FileHandle> open_held(Node& node, const std::string& path, int flags, bool is_successor = false);
   std::unique_ptr<FileHandle> open_made(Node& node, const Attributes& made, int flags);
   void prepare_reading(FileHandle& handle, const std::string& path);
   std::uint64_t number_of_removed(const std::string& path);

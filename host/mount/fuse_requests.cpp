@@ -156,6 +156,7 @@ void on_mknod(fuse_req_t request, fuse_ino_t folder, const char* name, mode_t mo
 
 void set_up(const FileHandle& handle, fuse_file_info& info) {
   info.keep_cache = handle.keeps_pages ? 1 : 0;
+  info.direct_io = handle.is_successor ? 1 : 0;
   info.noflush = handle.writes ? 0 : 1;  // closing what was only read asks for nothing
 }
 

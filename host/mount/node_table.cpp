@@ -1,5 +1,6 @@
 #include "host/mount/node_table.h"
 
+#include <algorithm>
 #include <cerrno>
 
 #include "host/client/paths.h"
@@ -210,11 +211,32 @@ void NodeTable::detach_locked(Node& node) {
   node.is_removed = true;
 }
 
-void NodeTable::detach(Node& node, std::uint64_t number, Gone how) {
+void NodeTable::detach(Node& node, std::uint64_t number) {
   const std::lock_guard lock(lock_);
-  node.is_replaced = how == Gone::replaced;
   node.removed_number = number;
   detach_locked(node);
+}
+
+void NodeTable::detach_replaced(Node& node, std::uint64_t number, const std::string& path) {
+  const std::lock_guard lock(lock_);
+  node.replaced_at = path;
+  node.removed_number = number;
+  detach_locked(node);
+}
+
+NodeTable::Known NodeTable::successor(const Node& node) {
+  Known none(nullptr, {this});
+  const std::lock_guard lock(lock_);
+  if (node.replaced_at.empty() || (node.file && node.file->is_removed())) return none;
+  Node* at = &root_;
+  for (std::size_t from = 1; at != nullptr && from <= node.replaced_at.size();) {
+    const std::size_t end = std::min(node.replaced_at.find('/', from), node.replaced_at.size());
+    at = child(*at, node.replaced_at.substr(from, end - from));
+    from = end + 1;
+  }
+  if (at == nullptr || at->is_directory) return none;
+  ++at->lookups;
+  return Known(at, {this});
 }
 
 void NodeTable::move(Node& node, Node& folder, const std::string& name) {

@@ -35,7 +35,7 @@ struct Node {
   unsigned held = 0;                  // operations that rest on its place, here or below
   bool is_closed = false;             // to new ones: its place changes
   bool is_directory = false, is_removed = false;
-  bool is_replaced = false;          // removed, too: another has its name from that moment on
+  std::string replaced_at;           // removed, too: another has this path, its own, from that moment on
   std::uint64_t removed_number = 0;  // its inode number since then
   unsigned changes = 0;              // of a folder's entries, through the drive
   // What the drive said of it last, and what the kernel may keep of its content. Under the lock of the table, too.
@@ -112,9 +112,18 @@ class NodeTable {
   std::shared_ptr<OpenFile> open(Node& node, bool reads);
   void close(Node& node, bool reads);
 
+  // What has the path of a replaced node now, or null: where that isn't known, and where programs that have the
+  // replaced file open keep its content. It is one more lookup, which goes with the answer.
+  struct Forget {
+    NodeTable* table;
+    void operator()(Node* node) const { table->forget(*node, 1); }
+  };
+  using Known = std::unique_ptr<Node, Forget>;
+  Known successor(const Node& node);
+
   // These want a Change of what they are about.
-  enum class Gone { removed, replaced };
-  void detach(Node& node, std::uint64_t number, Gone how);
+  void detach(Node& node, std::uint64_t number);
+  void detach_replaced(Node& node, std::uint64_t number, const std::string& path);
   void move(Node& node, Node& folder, const std::string& name);
 
   void remember(Node& node, const Attributes& now, Moment asked_at);

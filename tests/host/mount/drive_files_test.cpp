@@ -3,9 +3,12 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <chrono>
+#include <filesystem>
 #include <functional>
 #include <map>
+#include <span>
 #include <string>
 #include <thread>
 #include <utility>
@@ -138,6 +141,38 @@ TEST_F(DriveFiles, AnEntryThatFindsNoRoomIsNoLookup) {
   });
   EXPECT_EQ(told, 1U);
   EXPECT_EQ(root().children.size(), 1U);
+}
+
+// As when others replace it between a program's search for the name and its opening.
+TEST_F(DriveFiles, WhatWasReplacedIsWhatHasItsPlaceNow) {
+  const std::string path = folder.write("file", "old");
+  Node& old = known("file");
+  for (const char* content : {"newer", "newest"}) {
+    folder.write("next", content);
+    known("next");
+    files.rename(root(), "next", root(), "file", /*replaces=*/true);
+  }
+  auto handle = files.open(old, O_RDONLY);
+  EXPECT_TRUE(handle->is_successor);
+  EXPECT_FALSE(handle->keeps_pages);
+  std::string room(100, '?'), content;
+  files.read(*handle, room, 0, [&](std::span<const char> got) { content.assign(got.begin(), got.end()); });
+  EXPECT_EQ(content, "newest");
+  files.close(std::move(handle));
+
+  const time_t long_ago = 1000000000;
+  files.set_times(old, {long_ago, long_ago});
+  EXPECT_EQ(files.lookup(root(), "file")->attributes.modified, long_ago);
+  files.resize(old, nullptr, 3);
+  EXPECT_EQ(std::filesystem::file_size(path), 3U);
+
+  files.remove_file(root(), "file");
+  try {
+    files.open(old, O_RDONLY);
+    ADD_FAILURE() << "what is gone was opened";
+  } catch (const std::exception& error) {
+    EXPECT_EQ(host::errno_of(error), ESTALE);
+  }
 }
 
 }  // namespace
