@@ -51,8 +51,8 @@ class Drive {
   std::vector<_FS_FILE_V2> list(const std::string& path);
   _FS_FILE_V2 info(const std::string& path);
   std::optional<_FS_FILE_V2> find(const std::string& path);  // nothing where there is no entry
-  // The same into a record of the caller's, which keeps its memory for the next question: most of what a question
-  // takes beside the module's own work is making the record. Answers whether there is an entry.
+  // The same into a record of the caller's, which can serve for many questions: making it anew takes most of what is
+  // spent on one beside the module's own work. What it held is gone. Answers whether there is an entry.
   bool find(const std::string& path, _FS_FILE_V2& file);
 
   // Hands the chunks of a range to `sink`, in order. What `sink` throws stops the transfer and comes out here.

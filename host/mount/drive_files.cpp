@@ -352,7 +352,7 @@ void DriveFiles::rename(Node& folder, const std::string& name, Node& new_folder,
   const auto target = file_of(replaced);
   target ? target->be_replaced(to, table_.locked([&] { return replaced->readers; }) > 0, move) : move();
 
-  if (replaced != nullptr) table_.detach_replaced(*replaced, number_of_removed(to), to);
+  if (replaced != nullptr) table_.detach(*replaced, number_of_removed(to), to);
   if (node != nullptr) {
     table_.move(*node, new_folder, new_name);
     table_.remember(*node, moved, asked_at);

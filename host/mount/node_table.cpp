@@ -211,15 +211,9 @@ void NodeTable::detach_locked(Node& node) {
   node.is_removed = true;
 }
 
-void NodeTable::detach(Node& node, std::uint64_t number) {
+void NodeTable::detach(Node& node, std::uint64_t number, const std::string& replaced_at) {
   const std::lock_guard lock(lock_);
-  node.removed_number = number;
-  detach_locked(node);
-}
-
-void NodeTable::detach_replaced(Node& node, std::uint64_t number, const std::string& path) {
-  const std::lock_guard lock(lock_);
-  node.replaced_at = path;
+  node.replaced_at = replaced_at;
   node.removed_number = number;
   detach_locked(node);
 }

@@ -25,7 +25,7 @@ using Moment = std::chrono::steady_clock::time_point;
 inline Moment moment_now() { return std::chrono::steady_clock::now(); }
 
 struct Node {
-  // The members up to here are under the lock of the table.
+  // All of it is under the lock of the table.
   Node* parent = nullptr;  // none for the root and for what was removed
   std::string name;
   std::unordered_map<std::string_view, Node*> children;  // by their own names
@@ -38,7 +38,7 @@ struct Node {
   std::string replaced_at;           // removed, too: another has this path, its own, from that moment on
   std::uint64_t removed_number = 0;  // its inode number since then
   unsigned changes = 0;              // of a folder's entries, through the drive
-  // What the drive said of it last, and what the kernel may keep of its content. Under the lock of the table, too.
+  // What the drive said of it last, and what the kernel may keep of its content.
   Attributes last;
   Moment asked_at{};      // no time at all where it doesn't hold any more
   Moment changed_at{};    // through the drive: an answer to a question from before says nothing
@@ -121,9 +121,8 @@ class NodeTable {
   using Known = std::unique_ptr<Node, Forget>;
   Known successor(const Node& node);
 
-  // These want a Change of what they are about.
-  void detach(Node& node, std::uint64_t number);
-  void detach_replaced(Node& node, std::uint64_t number, const std::string& path);
+  // These want a Change of what they are about. What is detached was removed, or replaced by what has its path now.
+  void detach(Node& node, std::uint64_t number, const std::string& replaced_at = {});
   void move(Node& node, Node& folder, const std::string& name);
 
   void remember(Node& node, const Attributes& now, Moment asked_at);

@@ -28,9 +28,8 @@ void handle(int signal, void (*handler)(int)) {
   ::sigaction(signal, &action, nullptr);
 }
 
-// Whether this process may run on several: on one, a second reader of the requests only means one more thread to
-// wake.
-bool has_processors() {
+// On one, a second reader of the requests only means one more thread to wake.
+bool may_use_several_processors() {
 #if defined(__linux__)
   cpu_set_t allowed;
   if (::sched_getaffinity(0, sizeof allowed, &allowed) == 0) return CPU_COUNT(&allowed) > 1;
@@ -65,7 +64,7 @@ void RequestLoop::watch() {
     const unsigned long looked_at = timed_ - std::exchange(timed, timed_);
     const unsigned long flooding = unwaited_ - std::exchange(unwaited, unwaited_);
     constexpr unsigned long enough_to_tell = 4;
-    is_flooded_ = looked_at >= enough_to_tell && flooding > looked_at * 3 / 4 && has_processors();
+    is_flooded_ = looked_at >= enough_to_tell && flooding > looked_at * 3 / 4 && may_use_several_processors();
     const bool all_are_busy = readers_ == 0 && came == 0;
     if (all_are_busy || is_flooded_) add_reader();
     is_idle = came == 0 && readers_ > 0;

@@ -28,7 +28,13 @@ struct DriveFiles : testing::Test {
   host::DriveFiles files{rooted, cache};
 
   Node& root() { return files.table().root(); }
-  Node& known(const std::string& name) { return *files.lookup(root(), name)->node; }
+  Node& known(Node& above, const std::string& name) { return *files.lookup(above, name)->node; }
+  Node& known(const std::string& name) { return known(root(), name); }
+  std::string content_of(host::FileHandle& handle) {
+    std::string room(100, '?'), content;
+    files.read(handle, room, 0, [&](std::span<const char> got) { content.assign(got.begin(), got.end()); });
+    return content;
+  }
   // How each entry is shown: with its size where the kernel is to take it for looked up, else with -1.
   std::map<std::string, long long> listed() {
     std::map<std::string, long long> shown;
@@ -145,34 +151,52 @@ TEST_F(DriveFiles, AnEntryThatFindsNoRoomIsNoLookup) {
 
 // As when others replace it between a program's search for the name and its opening.
 TEST_F(DriveFiles, WhatWasReplacedIsWhatHasItsPlaceNow) {
-  const std::string path = folder.write("file", "old");
-  Node& old = known("file");
+  std::filesystem::create_directories(folder / "above/below");
+  const std::string path = folder.write("above/below/file", "old");
+  Node& below = known(known("above"), "below");
+  Node& old = known(below, "file");
   for (const char* content : {"newer", "newest"}) {
     folder.write("next", content);
     known("next");
-    files.rename(root(), "next", root(), "file", /*replaces=*/true);
+    files.rename(root(), "next", below, "file", /*replaces=*/true);
   }
   auto handle = files.open(old, O_RDONLY);
   EXPECT_TRUE(handle->is_successor);
   EXPECT_FALSE(handle->keeps_pages);
-  std::string room(100, '?'), content;
-  files.read(*handle, room, 0, [&](std::span<const char> got) { content.assign(got.begin(), got.end()); });
-  EXPECT_EQ(content, "newest");
+  EXPECT_EQ(content_of(*handle), "newest");
   files.close(std::move(handle));
 
   const time_t long_ago = 1000000000;
   files.set_times(old, {long_ago, long_ago});
-  EXPECT_EQ(files.lookup(root(), "file")->attributes.modified, long_ago);
+  EXPECT_EQ(files.lookup(below, "file")->attributes.modified, long_ago);
   files.resize(old, nullptr, 3);
   EXPECT_EQ(std::filesystem::file_size(path), 3U);
 
-  files.remove_file(root(), "file");
+  files.remove_file(below, "file");
   try {
     files.open(old, O_RDONLY);
     ADD_FAILURE() << "what is gone was opened";
   } catch (const std::exception& error) {
     EXPECT_EQ(host::errno_of(error), ESTALE);
   }
+}
+
+TEST_F(DriveFiles, WhatWasReplacedStaysForWhoHasItOpen) {
+  folder.write("file", "old");
+  folder.write("next", "newer");
+  Node& old = known("file");
+  known("next");
+  auto first = files.open(old, O_RDONLY);
+  files.rename(root(), "next", root(), "file", /*replaces=*/true);
+  auto second = files.open(old, O_RDONLY);
+  EXPECT_FALSE(second->is_successor);
+  EXPECT_EQ(content_of(*second), "old");
+  files.close(std::move(first));
+  files.close(std::move(second));
+
+  auto third = files.open(old, O_RDONLY);
+  EXPECT_EQ(content_of(*third), "newer");
+  files.close(std::move(third));
 }
 
 }  // namespace
